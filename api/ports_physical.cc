@@ -111,8 +111,8 @@ bool vorn_get_port_peer_ability(const Usp& port, port_ability_type_t& ability)
 bool vorn_get_port_flow_control_8023x(const Usp& port, bool& receive, bool& transmit)
 {
     return single_port(TranslateFirst, port, [&](VornSdkBase& sdk, const Mp& mp) {
-        unsigned int receive_word;
-        unsigned int transmit_word;
+        unsigned int receive_word = 0;
+        unsigned int transmit_word = 0;
         if (!sdk.get_port_flow_control_8023x(mp, receive_word, transmit_word)) return false;
         receive = receive_word == 1;
         transmit = transmit_word == 1;

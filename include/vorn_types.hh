@@ -140,7 +140,7 @@ struct of_flow_match_s {
     unsigned short vlan_id;
     unsigned short vlan_pcp;
     unsigned short eth_type;
-    unsigned short reserved;     // alignment gap, never read
+    // two bytes of alignment gap
     unsigned int src_ip;
     unsigned int src_ip_mask;
     unsigned int dst_ip;
