@@ -134,6 +134,7 @@ bool vornsdk_create_sdk_instance()
 {
     logged("create_sdk");
     if (host().fails("create_sdk")) return false;
+    if (host().on_create) host().on_create();
     host().sdk_present = true;
     return true;
 }

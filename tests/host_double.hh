@@ -22,6 +22,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <list>
 #include <map>
 #include <memory>
@@ -46,6 +47,10 @@ struct HostDouble {
     std::map<Usp, unsigned int> lag_ids;       // the SDK-side LAG mapping
 
     int line_card_value = 48;                  // what vorn_init_line_card writes
+
+    // Runs when the library creates the SDK object, before it is marked
+    // present; reset() keeps it.  For hosts that prepare their card lazily.
+    std::function<void()> on_create;
 
     // Makes host operation `operation` (its log name, e.g. "usp_to_mp",
     // "add_lag_to_list", "create_sdk") answer false: on its nth call from now
