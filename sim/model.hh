@@ -1,0 +1,369 @@
+// The software switch behind the reference host's SDK object.  One class
+// owns the tables (ports, VLANs, LAGs, FDB, L3, flows and filters, event
+// callbacks) and implements every SDK operation the library calls: validate
+// like hardware would (unknown ports and ids, VLANs outside 1-4094, null
+// pointers, duplicates, missing entries, full tables are refused with false
+// and change nothing), apply, report.
+#ifndef VORN_SIM_MODEL_HH
+#define VORN_SIM_MODEL_HH
+
+#include <array>
+#include <cstddef>
+#include <list>
+#include <map>
+#include <ostream>
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "format.hh"
+#include "vorn_sdk.hh"
+#include "vorn_sim.hh"
+
+namespace vorn_sim {
+
+typedef std::array<unsigned char, 6> MacAddress;
+typedef std::array<unsigned char, 16> Ipv6Address;
+
+struct PortState {
+    bool admin = true;
+    bool autoneg = true;
+    speed_type_t speed = SPEED_1G;
+    duplex_type_t duplex = DUPLEX_FULL;
+    phy_state_t link = PHY_STATE_UP;
+    unsigned int mtu = 1518;
+    port_ability_type_t advertised = PORT_ABILITY_NONE;
+    bool flow_control_rx = false;
+    bool flow_control_tx = false;
+    bool jamming = false;
+    unsigned int broadcast_rate = 0;
+    unsigned int multicast_rate = 0;
+    unsigned int unicast_rate = 0;
+    bool mirrored = false;
+    Mp mirror_target;
+    mirror_type_t mirror_type = MIRROR_TYPE_NONE;
+    std::map<unsigned int, flood_block_type_t> flood_blocking;  // by the other port's index
+    flood_block_type_t flood_blocking_cpu = FLOOD_BLOCK_NONE;
+    bool unknown_unicast_to_cpu = false;
+    std::map<unsigned int, unsigned int> cos_map;
+    bool mac_lock = false;
+    bool drop_unknown = false;
+    int mac_limit = 0;
+    unsigned int pvid = 1;
+    std::map<unsigned int, unsigned int> vlan_priority;
+    bool tagged_only = false;
+    std::map<std::pair<int, unsigned short>, unsigned int> protocol_vlans;
+    bool bpdu_processing = true;
+    ingress_discard_type_t ingress_discard = INGRESS_DISCARD_NONE;
+    bool egress = true;
+    bool l2 = true;
+    stp_state_t stp = STP_STATE_FORWARDING;
+    std::map<unsigned int, mstp_state_t> mstp;
+    bool stats_enabled = true;
+    std::array<unsigned long long, STAT_TYPE_COUNT> counters{};
+};
+
+struct Vlan {
+    std::vector<Mp> tagged;
+    std::vector<Mp> untagged;
+    int mac_limit = 0;
+};
+
+struct Lag {
+    std::vector<Mp> members;
+    lag_psc_t psc = LAG_PSC_SRC_DST_MAC;
+    int mac_limit = 0;
+};
+
+struct FdbEntry {
+    Mp port;              // Mp(0, 0) for the CPU (system entries)
+    bool trunk = false;   // port carries a LAG id
+    bool is_static = false;
+    unsigned long learned_at = 0;
+};
+
+struct L3Interface {
+    MacAddress mac;
+    unsigned int vlan = 0;
+};
+
+struct L3Target {
+    Mp port;
+    bool trunk = false;
+    MacAddress mac{};
+    unsigned int interface_id = 0;
+    unsigned int vlan = 0;
+};
+
+struct FlowAction {
+    of_action_t kind;
+    of_action_param_s param;
+    Mp port;
+};
+
+struct Flow {
+    of_flow_mp_s match;
+    int priority = 0;
+    std::vector<FlowAction> actions;
+    unsigned long long packets = 0;
+};
+
+template <class Callback>
+struct Registration {
+    Callback callback;
+    void* user_data;
+};
+
+struct Ipv6Key {
+    Ipv6Address address;
+    bool operator==(const Ipv6Key& other) const { return address == other.address; }
+};
+struct Ipv6Hash {
+    std::size_t operator()(const Ipv6Key& key) const;
+};
+
+// Where a FDB entry is kept: VLAN and MAC.
+typedef std::pair<unsigned int, MacAddress> FdbKey;
+
+class SwitchModel : public VornSdkBase {
+public:
+    explicit SwitchModel(const Config& config);
+
+    bool create_vlan(unsigned int vlan) override;
+    bool delete_vlan(unsigned int vlan) override;
+    bool add_ports_to_vlan(unsigned int vlan, std::list<Mp>& tagged, std::list<Mp>& untagged) override;
+    bool delete_ports_from_vlan(unsigned int vlan, std::list<Mp>& ports) override;
+    bool get_vlan_info(unsigned int vlan, std::list<Mp>& tagged, std::list<Mp>& untagged) override;
+    bool set_port_mstp_state(unsigned int instance, const Mp& port, mstp_state_t state) override;
+    bool get_port_mstp_state(unsigned int instance, const Mp& port, mstp_state_t& state) override;
+    bool create_lag(unsigned int& lag_id) override;
+    bool delete_lag(unsigned int lag_id) override;
+    bool add_ports_to_lag(unsigned int lag_id, std::list<Mp>& ports) override;
+    bool delete_ports_from_lag(unsigned int lag_id, std::list<Mp>& ports) override;
+    bool set_lag_balancing_strategy(unsigned int lag_id, lag_psc_t psc) override;
+    bool get_lag_balancing_strategy(unsigned int lag_id, lag_psc_t& psc) override;
+    bool set_port_mirror(const Mp& target, const Mp& source, mirror_type_t type) override;
+    bool get_port_mirror(Mp& target, const Mp& source, mirror_type_t& type) override;
+    bool set_port_state(const Mp& port, bool enabled) override;
+    bool get_port_state(const Mp& port, bool& enabled) override;
+    bool set_port_autoneg(const Mp& port, bool enabled) override;
+    bool get_port_autoneg(const Mp& port, bool& enabled) override;
+    bool set_port_speed(const Mp& port, speed_type_t speed) override;
+    bool get_port_speed(const Mp& port, speed_type_t& speed) override;
+    bool set_port_duplex(const Mp& port, duplex_type_t duplex) override;
+    bool get_port_duplex(const Mp& port, duplex_type_t& duplex) override;
+    bool set_port_flow_control_8023x(const Mp& port, bool receive, bool transmit) override;
+    bool get_port_flow_control_8023x(const Mp& port, unsigned int& receive, unsigned int& transmit) override;
+    bool set_port_jaming_control(const Mp& port, bool enabled) override;
+    bool get_port_jaming_control(const Mp& port, bool& enabled) override;
+    bool set_port_mtu(const Mp& port, unsigned int mtu) override;
+    bool get_port_mtu(const Mp& port, unsigned int& mtu) override;
+    bool set_port_stat_enable(const Mp& port, bool enabled) override;
+    bool get_port_stat_enabled(const Mp& port, bool& enabled) override;
+    bool get_port_stat_counter(const Mp& port, stat_type_t type, unsigned long long& value) override;
+    bool get_port_stat_counter32(const Mp& port, stat_type_t type, unsigned int& value) override;
+    bool get_port_stat_counter_all64(const Mp& port, std::list<StatCounter64>& counters) override;
+    bool get_port_stat_counter_all32(const Mp& port, std::list<StatCounter32>& counters) override;
+    bool get_port_stat_counter_all64_ext(const Mp& port, StatCounter64* counters, unsigned int& count) override;
+    bool get_port_stat_counter_all32_ext(const Mp& port, StatCounter32* counters, unsigned int& count) override;
+    bool get_port_brief_stat_counter64(const Mp& port, brief_stat_type_t type, unsigned long long& value) override;
+    bool get_port_brief_stat_counter32(const Mp& port, brief_stat_type_t type, unsigned int& value) override;
+    bool get_port_brief_stat_counter_all64(const Mp& port, std::list<BriefStatCounter64>& counters) override;
+    bool clear_port_stat_counter(const Mp& port) override;
+    bool set_port_stp_state(const Mp& port, stp_state_t state) override;
+    bool get_port_stp_state(const Mp& port, stp_state_t& state) override;
+    bool set_port_bpdu_processing(const Mp& port, bool enabled) override;
+    bool get_port_bpdu_processing(const Mp& port, bool& enabled) override;
+    bool add_mac_to_port(const Mp& port, const unsigned char* mac, unsigned int vlan, bool trunk) override;
+    bool add_system_mac(const unsigned char* mac, unsigned int vlan) override;
+    bool add_system_mac_vlan_bitmap(const unsigned char* mac, const unsigned char* vlan_bitmap) override;
+    bool delete_mac(const unsigned char* mac, unsigned int vlan) override;
+    bool delete_mac_vlan_bitmap(const unsigned char* mac, unsigned char* vlan_bitmap) override;
+    bool delete_mac_by_mac(const unsigned char* mac) override;
+    bool clear_fdb_by_port(const Mp& port, bool trunk, bool static_too) override;
+    bool clear_fdb_by_vlan(unsigned int vlan, bool static_too) override;
+    bool clear_fdb_table(bool static_too) override;
+    bool set_fdb_aging_time(int seconds) override;
+    bool get_fdb_aging_time(int& seconds) override;
+    bool set_port_link_state(const Mp& port, phy_state_t state) override;
+    bool get_port_link_state(const Mp& port, phy_state_t& state) override;
+    bool set_port_mac_lock(const Mp& port, bool locked) override;
+    bool get_port_mac_lock(const Mp& port, bool& locked) override;
+    bool set_port_mac_lock_ext(const Mp& port, bool locked, bool drop_unknown) override;
+    bool get_port_mac_lock_ext(const Mp& port, bool& locked, bool& drop_unknown) override;
+    bool set_port_broadcast_control(const Mp& port, unsigned int rate) override;
+    bool get_port_broadcast_control(const Mp& port, unsigned int& rate) override;
+    bool set_port_multicast_control(const Mp& port, unsigned int rate) override;
+    bool get_port_multicast_control(const Mp& port, unsigned int& rate) override;
+    bool set_port_unicast_control(const Mp& port, unsigned int rate) override;
+    bool get_port_unicast_control(const Mp& port, unsigned int& rate) override;
+    bool set_port_egress_admin_state(const Mp& port, bool enabled) override;
+    bool get_port_egress_admin_state(const Mp& port, bool& enabled) override;
+    bool set_port_ingress_discarding(const Mp& port, ingress_discard_type_t type) override;
+    bool get_port_ingress_discarding(const Mp& port, ingress_discard_type_t& type) override;
+    bool set_port_pvid(const Mp& port, unsigned int pvid) override;
+    bool get_port_pvid(const Mp& port, unsigned int& pvid) override;
+    bool set_port_vlan_priority(const Mp& port, unsigned int key, unsigned int priority) override;
+    bool get_port_vlan_priority(const Mp& port, unsigned int key, unsigned int& priority) override;
+    bool set_port_vlan_accept_frame(const Mp& port, bool tagged_only) override;
+    bool get_port_vlan_accept_frame(const Mp& port, bool& tagged_only) override;
+    bool set_system_mac_limit(const Mp& port, int limit, unsigned int kind) override;
+    bool get_system_mac_limit(const Mp& port, int& limit, unsigned int kind) override;
+    bool set_port_protocol_vlan(const Mp& port, frame_type_t frame, unsigned short protocol, unsigned int vlan) override;
+    bool delete_port_protocol_vlan(const Mp& port, frame_type_t frame, unsigned short protocol) override;
+    bool delete_port_protocol_vlan_all(const Mp& port) override;
+    bool set_mac_vlan(const unsigned char* mac, unsigned int vlan, unsigned int priority) override;
+    bool set_ipv4_subnet_vlan(unsigned int address, unsigned int mask, unsigned int vlan, unsigned int priority) override;
+    bool set_ipv6_subnet_vlan(const unsigned char* address, unsigned int prefix_length, unsigned int vlan, unsigned int priority) override;
+    bool send_packet_by_port(std::list<Mp>& tagged, std::list<Mp>& untagged, const Packet& packet) override;
+    bool send_packet_from_cpu(const Packet& packet) override;
+    bool get_port_ability(const Mp& port, port_ability_type_t& ability) override;
+    bool set_port_advertising_ability(const Mp& port, port_ability_type_t ability) override;
+    bool get_port_advertising_ability(const Mp& port, port_ability_type_t& ability) override;
+    bool get_port_current_ability(const Mp& port, port_ability_type_t& ability) override;
+    bool get_port_peer_ability(Mp port, port_ability_type_t& ability) override;
+    bool set_port_flood_blocking(const Mp& port, const Mp& other, flood_block_type_t type) override;
+    bool get_port_flood_blocking(const Mp& port, const Mp& other, flood_block_type_t& type) override;
+    bool set_port_flood_blocking_cpu(const Mp& port, flood_block_type_t type) override;
+    bool get_port_flood_blocking_cpu(const Mp& port, flood_block_type_t& type) override;
+    bool set_port_cos_mapping(const Mp& port, unsigned int key, unsigned int queue) override;
+    bool get_port_cos_mapping(const Mp& port, unsigned int key, unsigned int& queue) override;
+    bool get_line_card_usp(Usp& usp) override;
+    bool free_call(int arg) override;
+    bool set_switch_forward_mode(unsigned int mode) override;
+    bool get_switch_forward_mode(unsigned int& mode) override;
+    bool add_arp_filter(unsigned int address, unsigned int mask) override;
+    bool delete_arp_filter(unsigned int address, unsigned int mask) override;
+    bool delete_arp_filter_all() override;
+    bool add_ip_protocol_filter(unsigned int protocol) override;
+    bool delete_ip_protocol_filter(unsigned int protocol) override;
+    bool delete_ip_protocol_filter_all() override;
+    bool add_l4_destination_port_filter(unsigned int port) override;
+    bool delete_l4_destination_port_filter(unsigned int port) override;
+    bool delete_l4_destination_port_filter_all() override;
+    bool set_port_l2_enable(const Mp& port, bool enabled) override;
+    bool set_port_switch_unknown_unicast_to_cpu(const Mp& port, bool enabled) override;
+    bool get_port_switch_unknown_unicast_to_cpu(const Mp& port, bool& enabled) override;
+    bool set_switch_unknown_unicast_to_cpu(bool enabled) override;
+    bool get_switch_unknown_unicast_to_cpu(bool& enabled) override;
+    bool add_of_flow(of_flow_mp_s& flow, unsigned int& flow_id, const of_flow_qualify_udf_s& udf) override;
+    bool add_of_flow_with_id(of_flow_mp_s& flow, unsigned int flow_id) override;
+    bool delete_of_flow(unsigned int flow_id) override;
+    bool clear_of_flow_table() override;
+    bool add_of_flow_action(unsigned int flow_id, of_action_t kind, of_action_param_s param, const Mp& port) override;
+    bool delete_of_flow_action(unsigned int flow_id, of_action_t kind, of_action_param_s param, const Mp& port) override;
+    bool clear_of_flow_action(unsigned int flow_id) override;
+    bool set_of_flow_priority(unsigned int flow_id, int priority) override;
+    bool get_of_flow_priority(unsigned int flow_id, int& priority) override;
+    bool get_of_flow_stat_counter64(unsigned int flow_id, unsigned long long& packets) override;
+    bool get_of_flow_stat_counter32(unsigned int flow_id, unsigned int& packets) override;
+    bool register_mac_update_callback(void (*callback)(L2Addr*, int, void*), void* user_data) override;
+    bool register_mac_update_callback_c(void (*callback)(ctype_l2_addr_s*, int, void*), void* user_data) override;
+    bool register_link_change_callback(void (*callback)(LinkStatus*, Usp*), void* user_data) override;
+    bool register_link_change_callback_c(void (*callback)(ctype_link_status_s*, usp_s*), void* user_data) override;
+    bool register_rx_packet_callback(void (*callback)(RxPacket*, void*), void* user_data) override;
+    bool register_rx_packet_callback_c(void (*callback)(ctype_rx_packet_s*, void*), void* user_data) override;
+    bool deregister_event_callback(lcmgr_report_event_t event, void* callback, void* user_data) override;
+    bool traverse_mac_table(void* arg) override;
+    bool create_l3_interface(const unsigned char* mac, unsigned int vlan, unsigned int& interface_id) override;
+    bool create_l3_interface_with_id(const unsigned char* mac, unsigned int vlan, unsigned int interface_id, bool replace) override;
+    bool get_l3_interface(unsigned int interface_id, unsigned int& vlan, unsigned char* mac) override;
+    bool delete_l3_interface(const unsigned char* mac, unsigned int vlan) override;
+    bool delete_l3_interface_by_id(unsigned int interface_id) override;
+    bool delete_l3_interface_all() override;
+    bool add_l3_host_ip4(Mp port, bool trunk, unsigned int address, const unsigned char* mac, unsigned int interface_id) override;
+    bool add_l3_host_ip6(Mp port, bool trunk, const unsigned char* address, const unsigned char* mac, unsigned int interface_id) override;
+    bool get_l3_host_ip4(unsigned int address, Mp port, unsigned char* mac, unsigned int& interface_id, bool trunk) override;
+    bool get_l3_host_ip6(const unsigned char* address, Mp port, unsigned char* mac, unsigned int& interface_id, bool trunk) override;
+    bool get_l3_route_by_subnet_ip4(unsigned int address, unsigned int mask, const Mp& port, bool trunk, unsigned char* mac, unsigned int& interface_id, unsigned int& vlan) override;
+    bool get_l3_route_by_subnet_ip6(const unsigned char* address, const unsigned char* mask, const Mp& port, bool trunk, unsigned int& interface_id, unsigned char* mac) override;
+    bool delete_l3_host_by_interface(unsigned int interface_id, bool static_too) override;
+    bool delete_l3_host_by_network_ip4(unsigned int address) override;
+    bool delete_l3_host_by_network_ip6(const unsigned char* address) override;
+    bool delete_l3_host_by_addr_ip4(unsigned int address, const Mp& port, bool trunk) override;
+    bool delete_l3_host_by_addr_ip6(const unsigned char* address, const Mp& port, bool trunk) override;
+    bool clear_l3_host_table() override;
+    bool add_l3_route_ip4(const Mp& port, bool trunk, unsigned int address, unsigned int mask, const unsigned char* mac, unsigned int interface_id, unsigned int vlan) override;
+    bool add_l3_route_ip6(const Mp& port, bool trunk, const unsigned char* address, const unsigned char* mask, const unsigned char* mac, unsigned int interface_id) override;
+    bool delete_l3_route_by_interface(unsigned int interface_id, bool static_too) override;
+    bool delete_l3_route_by_subnet_ip4(unsigned int address, unsigned int mask, const Mp& port, bool trunk) override;
+    bool delete_l3_route_by_subnet_ip6(const unsigned char* address, const unsigned char* mask, const Mp& port, bool trunk) override;
+    bool clear_l3_route_table() override;
+    bool set_lcmgr_trace(const std::string& target, bool on) override;
+
+    // --- Host side.
+    bool physical(const Mp& port) const;
+    PortState* port_state(const Mp& port);
+    const std::map<unsigned int, Vlan>& vlans() const { return vlans_; }
+    bool vlan_exists(unsigned int vlan) const { return vlans_.count(vlan) != 0; }
+    bool cable(const Mp& port, const Usp& usp, bool plugged);
+    bool receive(const Mp& port, const Usp& usp, unsigned int vlan,
+                 const std::vector<unsigned char>& frame);
+    void advance_clock(unsigned int seconds);
+    bool lookup_route_ip4(unsigned int address, RouteMatch& match) const;
+    bool lookup_route_ip6(const unsigned char* address, RouteMatch& match) const;
+    const std::vector<SentPacket>& sent() const { return sent_; }
+
+private:
+    // Every operation runs through here: injected faults, then the body, then
+    // one trace line when tracing is on.
+    template <class Body, class... Args>
+    bool op(int slot, const char* name, Body&& body, const Args&... args);
+
+    PortState* port_or_null(const Mp& port);
+    unsigned int index_of(const Mp& port) const;
+    bool valid_vlan(unsigned int vlan) const { return vlan >= 1 && vlan <= 4094; }
+    bool all_physical(const std::list<Mp>& ports) const;
+    Lag* lag(unsigned int lag_id);
+    bool lag_of_member(const Mp& port, unsigned int& lag_id) const;
+    bool valid_target(const Mp& port, bool trunk);
+    void notify_mac(const FdbKey& key, const FdbEntry& entry, int what);
+    Usp usp_of(const Mp& port, bool trunk) const;
+    bool learn(const MacAddress& mac, unsigned int vlan, const Mp& port, bool trunk);
+    std::size_t remove_fdb_if(bool static_too, const FdbKey* only_key,
+                              bool (*match)(const FdbKey&, const FdbEntry&, const void*),
+                              const void* context);
+    bool add_static_mac(const unsigned char* mac, unsigned int vlan, const Mp& port, bool trunk);
+    bool set_route(bool add, unsigned int address, unsigned int mask, const L3Target* target);
+    bool flow_action(bool add, unsigned int flow_id, of_action_t kind, const of_action_param_s& param,
+                     const Mp& port);
+
+    Config config_;
+    std::vector<PortState> ports_;
+    std::map<unsigned int, Vlan> vlans_;
+    std::map<MacAddress, std::pair<unsigned int, unsigned int>> mac_vlans_;
+    std::map<std::pair<unsigned int, unsigned int>, std::pair<unsigned int, unsigned int>> ipv4_subnet_vlans_;
+    std::map<std::pair<Ipv6Address, unsigned int>, std::pair<unsigned int, unsigned int>> ipv6_subnet_vlans_;
+    std::map<unsigned int, Lag> lags_;
+    std::map<FdbKey, FdbEntry> fdb_;
+    int aging_seconds_ = 300;
+    int system_mac_limit_ = 0;
+    unsigned long clock_ = 0;
+    std::map<unsigned int, L3Interface> l3_interfaces_;
+    std::unordered_map<unsigned int, L3Target> hosts4_;
+    std::unordered_map<Ipv6Key, L3Target, Ipv6Hash> hosts6_;
+    // Routes by prefix length, then by masked address.
+    std::vector<std::unordered_map<unsigned int, L3Target>> routes4_;
+    std::vector<std::unordered_map<Ipv6Key, L3Target, Ipv6Hash>> routes6_;
+    std::size_t route4_count_ = 0;
+    std::size_t route6_count_ = 0;
+    std::map<unsigned int, Flow> flows_;
+    unsigned int forward_mode_ = 0;
+    bool unknown_unicast_to_cpu_ = false;
+    std::set<std::pair<unsigned int, unsigned int>> arp_filters_;
+    std::set<unsigned int> ip_protocol_filters_;
+    std::set<unsigned int> l4_port_filters_;
+    std::vector<Registration<void (*)(L2Addr*, int, void*)>> mac_callbacks_;
+    std::vector<Registration<void (*)(ctype_l2_addr_s*, int, void*)>> mac_callbacks_c_;
+    std::vector<Registration<void (*)(LinkStatus*, Usp*)>> link_callbacks_;
+    std::vector<Registration<void (*)(ctype_link_status_s*, usp_s*)>> link_callbacks_c_;
+    std::vector<Registration<void (*)(RxPacket*, void*)>> rx_callbacks_;
+    std::vector<Registration<void (*)(ctype_rx_packet_s*, void*)>> rx_callbacks_c_;
+    std::vector<SentPacket> sent_;
+    bool tracing_ = false;
+};
+
+}  // namespace vorn_sim
+
+#endif

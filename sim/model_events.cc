@@ -1,0 +1,170 @@
+// The model's event callbacks and CPU packets: registrations of both
+// bindings, link changes, received frames and frames sent from the CPU.
+#include <algorithm>
+
+#include "model_impl.hh"
+
+namespace vorn_sim {
+
+namespace {
+
+// One registration per (callback, user data) and kind.
+template <class Callback>
+bool add_registration(std::vector<Registration<Callback>>& registrations, Callback callback,
+                      void* user_data)
+{
+    if (!callback) return false;
+    for (const auto& r : registrations)
+        if (r.callback == callback && r.user_data == user_data) return false;
+    registrations.push_back(Registration<Callback>{callback, user_data});
+    return true;
+}
+
+template <class Callback>
+bool remove_registration(std::vector<Registration<Callback>>& registrations, void* callback,
+                         void* user_data)
+{
+    auto it = std::find_if(registrations.begin(), registrations.end(), [&](const Registration<Callback>& r) {
+        return reinterpret_cast<void*>(r.callback) == callback && r.user_data == user_data;
+    });
+    if (it == registrations.end()) return false;
+    registrations.erase(it);
+    return true;
+}
+
+usp_s c_usp(const Usp& usp) { return usp_s{usp.unit(), usp.slot(), usp.port()}; }
+
+}  // namespace
+
+bool SwitchModel::register_mac_update_callback(void (*callback)(L2Addr*, int, void*), void* user_data)
+{
+    return op(136, "register_mac_update_callback",
+              [&] { return add_registration(mac_callbacks_, callback, user_data); }, callback, user_data);
+}
+
+bool SwitchModel::register_mac_update_callback_c(void (*callback)(ctype_l2_addr_s*, int, void*),
+                                                 void* user_data)
+{
+    return op(137, "register_mac_update_callback_c",
+              [&] { return add_registration(mac_callbacks_c_, callback, user_data); }, callback, user_data);
+}
+
+bool SwitchModel::register_link_change_callback(void (*callback)(LinkStatus*, Usp*), void* user_data)
+{
+    return op(138, "register_link_change_callback",
+              [&] { return add_registration(link_callbacks_, callback, user_data); }, callback, user_data);
+}
+
+bool SwitchModel::register_link_change_callback_c(void (*callback)(ctype_link_status_s*, usp_s*),
+                                                  void* user_data)
+{
+    return op(139, "register_link_change_callback_c",
+              [&] { return add_registration(link_callbacks_c_, callback, user_data); }, callback, user_data);
+}
+
+bool SwitchModel::register_rx_packet_callback(void (*callback)(RxPacket*, void*), void* user_data)
+{
+    return op(140, "register_rx_packet_callback",
+              [&] { return add_registration(rx_callbacks_, callback, user_data); }, callback, user_data);
+}
+
+bool SwitchModel::register_rx_packet_callback_c(void (*callback)(ctype_rx_packet_s*, void*),
+                                                void* user_data)
+{
+    return op(141, "register_rx_packet_callback_c",
+              [&] { return add_registration(rx_callbacks_c_, callback, user_data); }, callback, user_data);
+}
+
+// Either binding's registration of the kind is removed.
+bool SwitchModel::deregister_event_callback(lcmgr_report_event_t event, void* callback, void* user_data)
+{
+    return op(142, "deregister_event_callback", [&] {
+        switch (event) {
+        case LCMGR_EVENT_RX_PACKET:
+            return remove_registration(rx_callbacks_, callback, user_data) ||
+                   remove_registration(rx_callbacks_c_, callback, user_data);
+        case LCMGR_EVENT_LINK_CHANGE:
+            return remove_registration(link_callbacks_, callback, user_data) ||
+                   remove_registration(link_callbacks_c_, callback, user_data);
+        case LCMGR_EVENT_MAC_UPDATE:
+            return remove_registration(mac_callbacks_, callback, user_data) ||
+                   remove_registration(mac_callbacks_c_, callback, user_data);
+        }
+        return false;
+    }, event, callback, user_data);
+}
+
+// --- CPU packets.
+bool SwitchModel::send_packet_by_port(std::list<Mp>& tagged, std::list<Mp>& untagged, const Packet& packet)
+{
+    return op(94, "send_packet_by_port", [&] {
+        if (packet.length() == 0 || !all_physical(tagged) || !all_physical(untagged)) return false;
+        sent_.push_back(SentPacket{std::vector<Mp>(tagged.begin(), tagged.end()),
+                                   std::vector<Mp>(untagged.begin(), untagged.end()), packet.data()});
+        for (const auto* list : {&tagged, &untagged})
+            for (const Mp& port : *list) {
+                PortState& state = ports_[index_of(port)];
+                if (!state.stats_enabled) continue;
+                state.counters[STAT_IF_OUT_OCTETS] += packet.length();
+                ++state.counters[STAT_IF_OUT_UCAST_PKTS];
+            }
+        return true;
+    }, tagged, untagged, packet);
+}
+
+// Forwarded through the pipeline: the model records it with no egress.
+bool SwitchModel::send_packet_from_cpu(const Packet& packet)
+{
+    return op(95, "send_packet_from_cpu", [&] {
+        if (packet.length() == 0) return false;
+        sent_.push_back(SentPacket{{}, {}, packet.data()});
+        return true;
+    }, packet);
+}
+
+// --- Host side: cables and received frames.
+bool SwitchModel::cable(const Mp& port, const Usp& usp, bool plugged)
+{
+    PortState* state = port_or_null(port);
+    if (!state) return false;
+    const phy_state_t link = plugged ? PHY_STATE_UP : PHY_STATE_DOWN;
+    if (state->link == link) return true;
+    state->link = link;
+    LinkStatus status{link, state->speed, state->duplex};
+    ctype_link_status_s c_status{link, state->speed, state->duplex};
+    Usp where = usp;
+    usp_s c_where = c_usp(usp);
+    for (const auto& r : std::vector<Registration<void (*)(LinkStatus*, Usp*)>>(link_callbacks_))
+        r.callback(&status, &where);
+    for (const auto& r : std::vector<Registration<void (*)(ctype_link_status_s*, usp_s*)>>(link_callbacks_c_))
+        r.callback(&c_status, &c_where);
+    return true;
+}
+
+// The source MAC (bytes 6-11) is learned on the port, or on its LAG.
+bool SwitchModel::receive(const Mp& port, const Usp& usp, unsigned int vlan,
+                          const std::vector<unsigned char>& frame)
+{
+    PortState* state = port_or_null(port);
+    if (!state || frame.size() < 14 || !vlan_exists(vlan) || state->link != PHY_STATE_UP) return false;
+    if (state->stats_enabled) {
+        state->counters[STAT_IF_IN_OCTETS] += frame.size();
+        ++state->counters[frame[0] & 1 ? STAT_IF_IN_MULTICAST_PKTS : STAT_IF_IN_UCAST_PKTS];
+    }
+    MacAddress source;
+    std::copy(frame.begin() + 6, frame.begin() + 12, source.begin());
+    if (state->l2 && state->stp >= STP_STATE_LEARNING && !(source[0] & 1)) {
+        unsigned int lag_id = 0;
+        if (lag_of_member(port, lag_id)) learn(source, vlan, Mp(0, lag_id), true);
+        else learn(source, vlan, port, false);
+    }
+    RxPacket packet{usp, vlan, static_cast<unsigned int>(frame.size()), frame.data()};
+    ctype_rx_packet_s c_packet{c_usp(usp), vlan, static_cast<unsigned int>(frame.size()), frame.data()};
+    for (const auto& r : std::vector<Registration<void (*)(RxPacket*, void*)>>(rx_callbacks_))
+        r.callback(&packet, r.user_data);
+    for (const auto& r : std::vector<Registration<void (*)(ctype_rx_packet_s*, void*)>>(rx_callbacks_c_))
+        r.callback(&c_packet, r.user_data);
+    return true;
+}
+
+}  // namespace vorn_sim

@@ -1,0 +1,333 @@
+// The model's MAC table: static entries, learning with limits, aging on the
+// host's clock, flushes, and MAC-update events.
+#include <algorithm>
+#include <cstring>
+
+#include "model_impl.hh"
+
+namespace vorn_sim {
+
+namespace {
+
+const unsigned int kind_port = 1;
+const unsigned int kind_lag = 2;
+const unsigned int kind_vlan = 3;
+const unsigned int kind_switch = 4;
+
+MacAddress mac_of(const unsigned char* mac)
+{
+    MacAddress address;
+    std::copy(mac, mac + 6, address.begin());
+    return address;
+}
+
+bool vlan_bit(const unsigned char* bitmap, unsigned int vlan)
+{
+    return (bitmap[vlan / 8] >> (vlan % 8)) & 1;
+}
+
+bool unicast(const unsigned char* mac) { return (mac[0] & 1) == 0; }
+
+}  // namespace
+
+Usp SwitchModel::usp_of(const Mp& port, bool trunk) const
+{
+    Usp usp(0, 0, 0);
+    if (trunk) {
+        if (!vornsdk_lag_id_to_lag_usp(port.port(), usp)) usp = Usp(0, lag_slot, port.port() + 1);
+    } else {
+        physical_usp(port, usp);
+    }
+    return usp;
+}
+
+void SwitchModel::notify_mac(const FdbKey& key, const FdbEntry& entry, int what)
+{
+    L2Addr address;
+    std::copy(key.second.begin(), key.second.end(), address.mac);
+    address.flags = static_cast<unsigned short>((entry.is_static ? 1 : 0) | (entry.trunk ? 2 : 0));
+    address.vlan = key.first;
+    address.port = usp_of(entry.port, entry.trunk);
+    ctype_l2_addr_s c_address;
+    std::memcpy(c_address.mac, address.mac, 6);
+    c_address.flags = address.flags;
+    c_address.vlan = address.vlan;
+    c_address.port = usp_s{address.port.unit(), address.port.slot(), address.port.port()};
+    for (const auto& r : std::vector<Registration<void (*)(L2Addr*, int, void*)>>(mac_callbacks_))
+        r.callback(&address, what, r.user_data);
+    for (const auto& r : std::vector<Registration<void (*)(ctype_l2_addr_s*, int, void*)>>(mac_callbacks_c_))
+        r.callback(&c_address, what, r.user_data);
+}
+
+bool SwitchModel::valid_target(const Mp& port, bool trunk)
+{
+    return trunk ? lag(port.port()) != nullptr : physical(port);
+}
+
+bool SwitchModel::add_static_mac(const unsigned char* mac, unsigned int vlan, const Mp& port,
+                                 bool trunk)
+{
+    const FdbKey key(vlan, mac_of(mac));
+    auto found = fdb_.find(key);
+    if (found == fdb_.end() && fdb_.size() >= config_.mac_entries) return false;
+    FdbEntry entry;
+    entry.port = port;
+    entry.trunk = trunk;
+    entry.is_static = true;
+    entry.learned_at = clock_;
+    fdb_[key] = entry;
+    notify_mac(key, entry, LCMGR_MAC_LEARNED);
+    return true;
+}
+
+bool SwitchModel::add_mac_to_port(const Mp& port, const unsigned char* mac, unsigned int vlan,
+                                  bool trunk)
+{
+    return op(53, "add_mac_to_port", [&] {
+        return mac && unicast(mac) && vlan_exists(vlan) && valid_target(port, trunk) &&
+               add_static_mac(mac, vlan, port, trunk);
+    }, port, mac, vlan, trunk);
+}
+
+// System entries deliver to the CPU (port 0:0).
+bool SwitchModel::add_system_mac(const unsigned char* mac, unsigned int vlan)
+{
+    return op(54, "add_system_mac", [&] {
+        return mac && vlan_exists(vlan) && add_static_mac(mac, vlan, Mp(0, 0), false);
+    }, mac, vlan);
+}
+
+bool SwitchModel::add_system_mac_vlan_bitmap(const unsigned char* mac, const unsigned char* bitmap)
+{
+    return op(55, "add_system_mac_vlan_bitmap", [&] {
+        if (!mac || !bitmap) return false;
+        std::vector<unsigned int> chosen;
+        for (unsigned int vlan = 1; vlan <= 4094; ++vlan)
+            if (vlan_bit(bitmap, vlan)) {
+                if (!vlan_exists(vlan)) return false;
+                chosen.push_back(vlan);
+            }
+        if (fdb_.size() + chosen.size() > config_.mac_entries) return false;
+        for (unsigned int vlan : chosen) add_static_mac(mac, vlan, Mp(0, 0), false);
+        return !chosen.empty();
+    }, mac, bitmap);
+}
+
+std::size_t SwitchModel::remove_fdb_if(bool static_too, const FdbKey* only_key,
+                                       bool (*match)(const FdbKey&, const FdbEntry&, const void*),
+                                       const void* context)
+{
+    std::vector<std::pair<FdbKey, FdbEntry>> removed;
+    for (auto it = fdb_.begin(); it != fdb_.end();) {
+        const bool chosen = (only_key ? it->first == *only_key : match(it->first, it->second, context)) &&
+                            (static_too || !it->second.is_static);
+        if (chosen) {
+            removed.push_back(*it);
+            it = fdb_.erase(it);
+        } else {
+            ++it;
+        }
+    }
+    for (const auto& entry : removed) notify_mac(entry.first, entry.second, LCMGR_MAC_DELETED);
+    return removed.size();
+}
+
+namespace {
+
+bool same_mac(const FdbKey& key, const FdbEntry&, const void* mac)
+{
+    return std::equal(key.second.begin(), key.second.end(), static_cast<const unsigned char*>(mac));
+}
+
+bool in_bitmap(const FdbKey& key, const FdbEntry&, const void* context)
+{
+    const auto* pair = static_cast<const std::pair<const unsigned char*, const unsigned char*>*>(context);
+    return same_mac(key, FdbEntry(), pair->first) && vlan_bit(pair->second, key.first);
+}
+
+struct PortMatch {
+    Mp port;
+    bool trunk;
+};
+
+bool on_port(const FdbKey&, const FdbEntry& entry, const void* context)
+{
+    const PortMatch* match = static_cast<const PortMatch*>(context);
+    return entry.port == match->port && entry.trunk == match->trunk;
+}
+
+bool in_vlan(const FdbKey& key, const FdbEntry&, const void* vlan)
+{
+    return key.first == *static_cast<const unsigned int*>(vlan);
+}
+
+bool any_entry(const FdbKey&, const FdbEntry&, const void*) { return true; }
+
+}  // namespace
+
+bool SwitchModel::delete_mac(const unsigned char* mac, unsigned int vlan)
+{
+    return op(56, "delete_mac", [&] {
+        if (!mac) return false;
+        const FdbKey key(vlan, mac_of(mac));
+        return remove_fdb_if(true, &key, nullptr, nullptr) == 1;
+    }, mac, vlan);
+}
+
+bool SwitchModel::delete_mac_vlan_bitmap(const unsigned char* mac, unsigned char* bitmap)
+{
+    return op(57, "delete_mac_vlan_bitmap", [&] {
+        if (!mac || !bitmap) return false;
+        const std::pair<const unsigned char*, const unsigned char*> context(mac, bitmap);
+        return remove_fdb_if(true, nullptr, in_bitmap, &context) > 0;
+    }, mac, bitmap);
+}
+
+bool SwitchModel::delete_mac_by_mac(const unsigned char* mac)
+{
+    return op(58, "delete_mac_by_mac", [&] {
+        return mac && remove_fdb_if(true, nullptr, same_mac, mac) > 0;
+    }, mac);
+}
+
+// Flushes succeed also when there was nothing to remove.
+bool SwitchModel::clear_fdb_by_port(const Mp& port, bool trunk, bool static_too)
+{
+    return op(59, "clear_fdb_by_port", [&] {
+        if (!valid_target(port, trunk)) return false;
+        const PortMatch match{port, trunk};
+        remove_fdb_if(static_too, nullptr, on_port, &match);
+        return true;
+    }, port, trunk, static_too);
+}
+
+bool SwitchModel::clear_fdb_by_vlan(unsigned int vlan, bool static_too)
+{
+    return op(60, "clear_fdb_by_vlan", [&] {
+        if (!valid_vlan(vlan)) return false;
+        remove_fdb_if(static_too, nullptr, in_vlan, &vlan);
+        return true;
+    }, vlan, static_too);
+}
+
+bool SwitchModel::clear_fdb_table(bool static_too)
+{
+    return op(61, "clear_fdb_table", [&] {
+        remove_fdb_if(static_too, nullptr, any_entry, nullptr);
+        return true;
+    }, static_too);
+}
+
+bool SwitchModel::set_fdb_aging_time(int seconds)
+{
+    return op(62, "set_fdb_aging_time", [&] {
+        if (seconds < 0 || seconds > 1000000) return false;  // 0: never age
+        aging_seconds_ = seconds;
+        return true;
+    }, seconds);
+}
+
+bool SwitchModel::get_fdb_aging_time(int& seconds)
+{
+    return op(63, "get_fdb_aging_time", [&] { return seconds = aging_seconds_, true; });
+}
+
+// Limits by kind: 1 a port, 2 a LAG (port = LAG id), 3 a VLAN (port = VLAN
+// id), 4 the switch.  Mp(0, 0) always names the switch, whatever the kind.
+bool SwitchModel::set_system_mac_limit(const Mp& port, int limit, unsigned int kind)
+{
+    return op(86, "set_system_mac_limit", [&] {
+        if (limit < 0) return false;
+        if (port == Mp(0, 0)) return system_mac_limit_ = limit, true;
+        if (kind == kind_port && port_or_null(port)) return port_or_null(port)->mac_limit = limit, true;
+        if (kind == kind_lag && lag(port.port())) return lag(port.port())->mac_limit = limit, true;
+        if (kind == kind_vlan && vlan_exists(port.port())) return vlans_[port.port()].mac_limit = limit, true;
+        return false;
+    }, port, limit, kind);
+}
+
+bool SwitchModel::get_system_mac_limit(const Mp& port, int& limit, unsigned int kind)
+{
+    return op(87, "get_system_mac_limit", [&] {
+        if (port == Mp(0, 0)) return limit = system_mac_limit_, true;
+        if (kind == kind_port && port_or_null(port)) return limit = port_or_null(port)->mac_limit, true;
+        if (kind == kind_lag && lag(port.port())) return limit = lag(port.port())->mac_limit, true;
+        if (kind == kind_vlan && vlan_exists(port.port())) return limit = vlans_[port.port()].mac_limit, true;
+        return false;
+    }, port);
+}
+
+// `arg` is a void (*)(L2Addr*, int, void*): called once per entry.
+bool SwitchModel::traverse_mac_table(void* arg)
+{
+    return op(145, "traverse_mac_table", [&] {
+        if (!arg) return false;
+        auto visit = reinterpret_cast<void (*)(L2Addr*, int, void*)>(arg);
+        const std::map<FdbKey, FdbEntry> snapshot = fdb_;
+        for (const auto& entry : snapshot) {
+            L2Addr address;
+            std::copy(entry.first.second.begin(), entry.first.second.end(), address.mac);
+            address.flags =
+                static_cast<unsigned short>((entry.second.is_static ? 1 : 0) | (entry.second.trunk ? 2 : 0));
+            address.vlan = entry.first.first;
+            address.port = usp_of(entry.second.port, entry.second.trunk);
+            visit(&address, entry.second.is_static ? 0 : LCMGR_MAC_LEARNED, nullptr);
+        }
+        return true;
+    }, arg);
+}
+
+// Learning from a received frame: refused by MAC lock and by the limits of
+// the port (or its LAG), the VLAN and the switch.
+bool SwitchModel::learn(const MacAddress& mac, unsigned int vlan, const Mp& port, bool trunk)
+{
+    const FdbKey key(vlan, mac);
+    auto found = fdb_.find(key);
+    if (found != fdb_.end()) {
+        if (found->second.is_static) return true;
+        found->second.port = port;
+        found->second.trunk = trunk;
+        found->second.learned_at = clock_;
+        return true;
+    }
+    PortState* state = port_or_null(port);
+    if (!trunk && state && state->mac_lock) return false;
+    std::size_t on_port = 0, in_vlan = 0, learned = 0;
+    for (const auto& entry : fdb_) {
+        if (entry.second.is_static) continue;
+        ++learned;
+        in_vlan += entry.first.first == vlan;
+        on_port += entry.second.port == port && entry.second.trunk == trunk;
+    }
+    const int port_limit = trunk ? (lag(port.port()) ? lag(port.port())->mac_limit : 0)
+                                 : (state ? state->mac_limit : 0);
+    auto over = [](int limit, std::size_t count) { return limit > 0 && count >= std::size_t(limit); };
+    if (over(port_limit, on_port) || over(vlans_[vlan].mac_limit, in_vlan) ||
+        over(system_mac_limit_, learned) || fdb_.size() >= config_.mac_entries)
+        return false;
+    FdbEntry entry;
+    entry.port = port;
+    entry.trunk = trunk;
+    entry.learned_at = clock_;
+    fdb_[key] = entry;
+    notify_mac(key, entry, LCMGR_MAC_LEARNED);
+    return true;
+}
+
+void SwitchModel::advance_clock(unsigned int seconds)
+{
+    clock_ += seconds;
+    if (aging_seconds_ == 0) return;
+    std::vector<std::pair<FdbKey, FdbEntry>> aged;
+    for (auto it = fdb_.begin(); it != fdb_.end();) {
+        if (!it->second.is_static && clock_ - it->second.learned_at >= unsigned(aging_seconds_)) {
+            aged.push_back(*it);
+            it = fdb_.erase(it);
+        } else {
+            ++it;
+        }
+    }
+    for (const auto& entry : aged) notify_mac(entry.first, entry.second, LCMGR_MAC_AGED);
+}
+
+}  // namespace vorn_sim

@@ -1,0 +1,400 @@
+// The model's L3 tables: interfaces, IPv4 and IPv6 hosts and routes.  Routes
+// are kept per prefix length, so a longest-prefix lookup is at most 33 (or
+// 129) hash lookups.  Deleting hosts "by network" removes the hosts of the
+// /24 (IPv6: /64) that contains the given address.
+#include <algorithm>
+#include <cstring>
+
+#include "model_impl.hh"
+
+namespace vorn_sim {
+
+namespace {
+
+unsigned int mask_of(unsigned int length) { return length == 0 ? 0 : ~0u << (32 - length); }
+
+// The prefix length of a contiguous mask; -1 otherwise.
+int prefix_length(unsigned int mask)
+{
+    for (int length = 0; length <= 32; ++length)
+        if (mask_of(length) == mask) return length;
+    return -1;
+}
+
+int prefix_length6(const unsigned char* mask)
+{
+    int length = 0;
+    bool ended = false;
+    for (int i = 0; i < 16; ++i)
+        for (int bit = 7; bit >= 0; --bit) {
+            const bool set = (mask[i] >> bit) & 1;
+            if (set && ended) return -1;
+            if (set) ++length; else ended = true;
+        }
+    return length;
+}
+
+Ipv6Key masked6(const unsigned char* address, int length)
+{
+    Ipv6Key key;
+    for (int i = 0; i < 16; ++i) {
+        const int bits = std::max(0, std::min(8, length - 8 * i));
+        key.address[i] = address[i] & static_cast<unsigned char>(0xff00 >> bits);
+    }
+    return key;
+}
+
+L3Target target(const Mp& port, bool trunk, const unsigned char* mac, unsigned int interface_id,
+                unsigned int vlan)
+{
+    L3Target t;
+    t.port = port;
+    t.trunk = trunk;
+    std::copy(mac, mac + 6, t.mac.begin());
+    t.interface_id = interface_id;
+    t.vlan = vlan;
+    return t;
+}
+
+bool same_port(const L3Target& t, const Mp& port, bool trunk) { return t.port == port && t.trunk == trunk; }
+
+template <class Table, class Match>
+std::size_t erase_where(Table& table, Match match)
+{
+    std::size_t erased = 0;
+    for (auto it = table.begin(); it != table.end();)
+        if (match(*it)) {
+            it = table.erase(it);
+            ++erased;
+        } else {
+            ++it;
+        }
+    return erased;
+}
+
+}  // namespace
+
+// --- Interfaces: ids from 1, lowest free first; one per (MAC, VLAN).
+bool SwitchModel::create_l3_interface(const unsigned char* mac, unsigned int vlan,
+                                      unsigned int& interface_id)
+{
+    return op(152, "create_l3_interface", [&] {
+        if (!mac || !vlan_exists(vlan) || l3_interfaces_.size() >= config_.l3_interfaces) return false;
+        for (const auto& entry : l3_interfaces_)
+            if (entry.second.vlan == vlan && std::equal(mac, mac + 6, entry.second.mac.begin()))
+                return false;
+        unsigned int id = 1;
+        while (l3_interfaces_.count(id)) ++id;
+        L3Interface& added = l3_interfaces_[id];
+        std::copy(mac, mac + 6, added.mac.begin());
+        added.vlan = vlan;
+        interface_id = id;
+        return true;
+    }, mac, vlan);
+}
+
+bool SwitchModel::create_l3_interface_with_id(const unsigned char* mac, unsigned int vlan,
+                                              unsigned int interface_id, bool replace)
+{
+    return op(153, "create_l3_interface_with_id", [&] {
+        if (!mac || !vlan_exists(vlan) || interface_id == 0) return false;
+        const bool exists = l3_interfaces_.count(interface_id) != 0;
+        if ((exists && !replace) || (!exists && l3_interfaces_.size() >= config_.l3_interfaces))
+            return false;
+        L3Interface& added = l3_interfaces_[interface_id];
+        std::copy(mac, mac + 6, added.mac.begin());
+        added.vlan = vlan;
+        return true;
+    }, mac, vlan, interface_id, replace);
+}
+
+bool SwitchModel::get_l3_interface(unsigned int interface_id, unsigned int& vlan, unsigned char* mac)
+{
+    return op(154, "get_l3_interface", [&] {
+        auto found = l3_interfaces_.find(interface_id);
+        if (found == l3_interfaces_.end() || !mac) return false;
+        vlan = found->second.vlan;
+        std::copy(found->second.mac.begin(), found->second.mac.end(), mac);
+        return true;
+    }, interface_id);
+}
+
+bool SwitchModel::delete_l3_interface(const unsigned char* mac, unsigned int vlan)
+{
+    return op(155, "delete_l3_interface", [&] {
+        return mac && erase_where(l3_interfaces_, [&](const std::pair<const unsigned int, L3Interface>& e) {
+                   return e.second.vlan == vlan && std::equal(mac, mac + 6, e.second.mac.begin());
+               }) == 1;
+    }, mac, vlan);
+}
+
+bool SwitchModel::delete_l3_interface_by_id(unsigned int interface_id)
+{
+    return op(156, "delete_l3_interface_by_id", [&] { return l3_interfaces_.erase(interface_id) == 1; },
+              interface_id);
+}
+
+bool SwitchModel::delete_l3_interface_all()
+{
+    return op(157, "delete_l3_interface_all", [&] { return l3_interfaces_.clear(), true; });
+}
+
+// --- Hosts.
+bool SwitchModel::add_l3_host_ip4(Mp port, bool trunk, unsigned int address, const unsigned char* mac,
+                                  unsigned int interface_id)
+{
+    return op(158, "add_l3_host_ip4", [&] {
+        if (!mac || !valid_target(port, trunk) || !l3_interfaces_.count(interface_id) ||
+            hosts4_.count(address) || hosts4_.size() + hosts6_.size() >= config_.hosts)
+            return false;
+        hosts4_[address] = target(port, trunk, mac, interface_id, l3_interfaces_[interface_id].vlan);
+        return true;
+    }, port, trunk, address, mac, interface_id);
+}
+
+bool SwitchModel::add_l3_host_ip6(Mp port, bool trunk, const unsigned char* address,
+                                  const unsigned char* mac, unsigned int interface_id)
+{
+    return op(159, "add_l3_host_ip6", [&] {
+        if (!address || !mac || !valid_target(port, trunk) || !l3_interfaces_.count(interface_id) ||
+            hosts4_.size() + hosts6_.size() >= config_.hosts)
+            return false;
+        return hosts6_.emplace(masked6(address, 128),
+                               target(port, trunk, mac, interface_id, l3_interfaces_[interface_id].vlan))
+            .second;
+    }, port, trunk, address, mac, interface_id);
+}
+
+bool SwitchModel::get_l3_host_ip4(unsigned int address, Mp port, unsigned char* mac,
+                                  unsigned int& interface_id, bool trunk)
+{
+    return op(160, "get_l3_host_ip4", [&] {
+        auto found = hosts4_.find(address);
+        if (found == hosts4_.end() || !mac || !same_port(found->second, port, trunk)) return false;
+        std::copy(found->second.mac.begin(), found->second.mac.end(), mac);
+        interface_id = found->second.interface_id;
+        return true;
+    }, address, port, trunk);
+}
+
+bool SwitchModel::get_l3_host_ip6(const unsigned char* address, Mp port, unsigned char* mac,
+                                  unsigned int& interface_id, bool trunk)
+{
+    return op(161, "get_l3_host_ip6", [&] {
+        if (!address || !mac) return false;
+        auto found = hosts6_.find(masked6(address, 128));
+        if (found == hosts6_.end() || !same_port(found->second, port, trunk)) return false;
+        std::copy(found->second.mac.begin(), found->second.mac.end(), mac);
+        interface_id = found->second.interface_id;
+        return true;
+    }, address, port, trunk);
+}
+
+bool SwitchModel::delete_l3_host_by_interface(unsigned int interface_id, bool)
+{
+    return op(164, "delete_l3_host_by_interface", [&] {
+        auto on_interface = [&](const auto& e) { return e.second.interface_id == interface_id; };
+        erase_where(hosts4_, on_interface);
+        erase_where(hosts6_, on_interface);
+        return true;
+    }, interface_id);
+}
+
+bool SwitchModel::delete_l3_host_by_network_ip4(unsigned int address)
+{
+    return op(165, "delete_l3_host_by_network_ip4", [&] {
+        const unsigned int mask = mask_of(24);
+        erase_where(hosts4_, [&](const auto& e) { return (e.first & mask) == (address & mask); });
+        return true;
+    }, address);
+}
+
+bool SwitchModel::delete_l3_host_by_network_ip6(const unsigned char* address)
+{
+    return op(166, "delete_l3_host_by_network_ip6", [&] {
+        if (!address) return false;
+        const Ipv6Key network = masked6(address, 64);
+        erase_where(hosts6_, [&](const auto& e) { return masked6(e.first.address.data(), 64) == network; });
+        return true;
+    }, address);
+}
+
+bool SwitchModel::delete_l3_host_by_addr_ip4(unsigned int address, const Mp& port, bool trunk)
+{
+    return op(167, "delete_l3_host_by_addr_ip4", [&] {
+        auto found = hosts4_.find(address);
+        if (found == hosts4_.end() || !same_port(found->second, port, trunk)) return false;
+        hosts4_.erase(found);
+        return true;
+    }, address, port, trunk);
+}
+
+bool SwitchModel::delete_l3_host_by_addr_ip6(const unsigned char* address, const Mp& port, bool trunk)
+{
+    return op(168, "delete_l3_host_by_addr_ip6", [&] {
+        if (!address) return false;
+        auto found = hosts6_.find(masked6(address, 128));
+        if (found == hosts6_.end() || !same_port(found->second, port, trunk)) return false;
+        hosts6_.erase(found);
+        return true;
+    }, address, port, trunk);
+}
+
+bool SwitchModel::clear_l3_host_table()
+{
+    return op(169, "clear_l3_host_table", [&] {
+        hosts4_.clear();
+        hosts6_.clear();
+        return true;
+    });
+}
+
+// --- Routes.
+bool SwitchModel::add_l3_route_ip4(const Mp& port, bool trunk, unsigned int address,
+                                   unsigned int mask, const unsigned char* mac,
+                                   unsigned int interface_id, unsigned int vlan)
+{
+    return op(172, "add_l3_route_ip4", [&] {
+        const int length = prefix_length(mask);
+        if (length < 0 || !mac || !valid_target(port, trunk) || !l3_interfaces_.count(interface_id) ||
+            route4_count_ >= config_.ipv4_routes)
+            return false;
+        if (!routes4_[length].emplace(address & mask, target(port, trunk, mac, interface_id, vlan)).second)
+            return false;
+        ++route4_count_;
+        return true;
+    }, port, trunk, address, mask, mac, interface_id, vlan);
+}
+
+bool SwitchModel::add_l3_route_ip6(const Mp& port, bool trunk, const unsigned char* address,
+                                   const unsigned char* mask, const unsigned char* mac,
+                                   unsigned int interface_id)
+{
+    return op(173, "add_l3_route_ip6", [&] {
+        const int length = address && mask ? prefix_length6(mask) : -1;
+        if (length < 0 || !mac || !valid_target(port, trunk) || !l3_interfaces_.count(interface_id) ||
+            route6_count_ >= config_.ipv6_routes)
+            return false;
+        const L3Target t = target(port, trunk, mac, interface_id, l3_interfaces_[interface_id].vlan);
+        if (!routes6_[length].emplace(masked6(address, length), t).second) return false;
+        ++route6_count_;
+        return true;
+    }, port, trunk, address, mask, mac, interface_id);
+}
+
+bool SwitchModel::get_l3_route_by_subnet_ip4(unsigned int address, unsigned int mask, const Mp& port,
+                                             bool trunk, unsigned char* mac,
+                                             unsigned int& interface_id, unsigned int& vlan)
+{
+    return op(162, "get_l3_route_by_subnet_ip4", [&] {
+        const int length = prefix_length(mask);
+        if (length < 0 || !mac) return false;
+        auto found = routes4_[length].find(address & mask);
+        if (found == routes4_[length].end() || !same_port(found->second, port, trunk)) return false;
+        std::copy(found->second.mac.begin(), found->second.mac.end(), mac);
+        interface_id = found->second.interface_id;
+        vlan = found->second.vlan;
+        return true;
+    }, address, mask, port, trunk);
+}
+
+bool SwitchModel::get_l3_route_by_subnet_ip6(const unsigned char* address, const unsigned char* mask,
+                                             const Mp& port, bool trunk, unsigned int& interface_id,
+                                             unsigned char* mac)
+{
+    return op(163, "get_l3_route_by_subnet_ip6", [&] {
+        const int length = address && mask ? prefix_length6(mask) : -1;
+        if (length < 0 || !mac) return false;
+        auto found = routes6_[length].find(masked6(address, length));
+        if (found == routes6_[length].end() || !same_port(found->second, port, trunk)) return false;
+        interface_id = found->second.interface_id;
+        std::copy(found->second.mac.begin(), found->second.mac.end(), mac);
+        return true;
+    }, address, mask, port, trunk);
+}
+
+bool SwitchModel::delete_l3_route_by_interface(unsigned int interface_id, bool)
+{
+    return op(174, "delete_l3_route_by_interface", [&] {
+        auto on_interface = [&](const auto& e) { return e.second.interface_id == interface_id; };
+        for (auto& table : routes4_) route4_count_ -= erase_where(table, on_interface);
+        for (auto& table : routes6_) route6_count_ -= erase_where(table, on_interface);
+        return true;
+    }, interface_id);
+}
+
+bool SwitchModel::delete_l3_route_by_subnet_ip4(unsigned int address, unsigned int mask,
+                                                const Mp& port, bool trunk)
+{
+    return op(175, "delete_l3_route_by_subnet_ip4", [&] {
+        const int length = prefix_length(mask);
+        if (length < 0) return false;
+        auto found = routes4_[length].find(address & mask);
+        if (found == routes4_[length].end() || !same_port(found->second, port, trunk)) return false;
+        routes4_[length].erase(found);
+        --route4_count_;
+        return true;
+    }, address, mask, port, trunk);
+}
+
+bool SwitchModel::delete_l3_route_by_subnet_ip6(const unsigned char* address, const unsigned char* mask,
+                                                const Mp& port, bool trunk)
+{
+    return op(176, "delete_l3_route_by_subnet_ip6", [&] {
+        const int length = address && mask ? prefix_length6(mask) : -1;
+        if (length < 0) return false;
+        auto found = routes6_[length].find(masked6(address, length));
+        if (found == routes6_[length].end() || !same_port(found->second, port, trunk)) return false;
+        routes6_[length].erase(found);
+        --route6_count_;
+        return true;
+    }, address, mask, port, trunk);
+}
+
+bool SwitchModel::clear_l3_route_table()
+{
+    return op(177, "clear_l3_route_table", [&] {
+        for (auto& table : routes4_) table.clear();
+        for (auto& table : routes6_) table.clear();
+        route4_count_ = route6_count_ = 0;
+        return true;
+    });
+}
+
+namespace {
+
+void fill(RouteMatch& match, int length, const L3Target& t, const Usp& port)
+{
+    match.prefix_length = static_cast<unsigned int>(length);
+    match.port = port;
+    match.trunk = t.trunk;
+    match.interface_id = t.interface_id;
+    std::copy(t.mac.begin(), t.mac.end(), match.next_hop_mac);
+}
+
+}  // namespace
+
+bool SwitchModel::lookup_route_ip4(unsigned int address, RouteMatch& match) const
+{
+    for (int length = 32; length >= 0; --length) {
+        auto found = routes4_[length].find(address & mask_of(length));
+        if (found == routes4_[length].end()) continue;
+        fill(match, length, found->second, usp_of(found->second.port, found->second.trunk));
+        return true;
+    }
+    return false;
+}
+
+bool SwitchModel::lookup_route_ip6(const unsigned char* address, RouteMatch& match) const
+{
+    for (int length = 128; length >= 0; --length) {
+        if (routes6_[length].empty()) continue;
+        auto found = routes6_[length].find(masked6(address, length));
+        if (found == routes6_[length].end()) continue;
+        fill(match, length, found->second, usp_of(found->second.port, found->second.trunk));
+        return true;
+    }
+    return false;
+}
+
+}  // namespace vorn_sim

@@ -1,0 +1,202 @@
+// The model's VLAN table (two member lists: tagged, untagged), VLAN
+// classification rules and LAG table.
+#include <algorithm>
+
+#include "model_impl.hh"
+
+namespace vorn_sim {
+
+namespace {
+
+void remove_port(std::vector<Mp>& ports, const Mp& port)
+{
+    ports.erase(std::remove(ports.begin(), ports.end(), port), ports.end());
+}
+
+bool contains(const std::vector<Mp>& ports, const Mp& port)
+{
+    return std::find(ports.begin(), ports.end(), port) != ports.end();
+}
+
+}  // namespace
+
+bool SwitchModel::create_vlan(unsigned int vlan)
+{
+    return op(0, "create_vlan", [&] {
+        return valid_vlan(vlan) && vlans_.emplace(vlan, Vlan()).second;
+    }, vlan);
+}
+
+// Deleting a VLAN forgets what was learned in it.
+bool SwitchModel::delete_vlan(unsigned int vlan)
+{
+    return op(1, "delete_vlan", [&] {
+        if (vlans_.erase(vlan) == 0) return false;
+        for (auto it = fdb_.begin(); it != fdb_.end();)
+            it = it->first.first == vlan ? fdb_.erase(it) : std::next(it);
+        return true;
+    }, vlan);
+}
+
+// A port is in one list of a VLAN at most: adding it to one list takes it out
+// of the other.
+bool SwitchModel::add_ports_to_vlan(unsigned int vlan, std::list<Mp>& tagged, std::list<Mp>& untagged)
+{
+    return op(2, "add_ports_to_vlan", [&] {
+        auto found = vlans_.find(vlan);
+        if (found == vlans_.end() || !all_physical(tagged) || !all_physical(untagged)) return false;
+        Vlan& v = found->second;
+        for (const Mp& port : tagged) {
+            remove_port(v.untagged, port);
+            if (!contains(v.tagged, port)) v.tagged.push_back(port);
+        }
+        for (const Mp& port : untagged) {
+            remove_port(v.tagged, port);
+            if (!contains(v.untagged, port)) v.untagged.push_back(port);
+        }
+        return true;
+    }, vlan, tagged, untagged);
+}
+
+bool SwitchModel::delete_ports_from_vlan(unsigned int vlan, std::list<Mp>& ports)
+{
+    return op(4, "delete_ports_from_vlan", [&] {
+        auto found = vlans_.find(vlan);
+        if (found == vlans_.end() || !all_physical(ports)) return false;
+        for (const Mp& port : ports) {
+            remove_port(found->second.tagged, port);
+            remove_port(found->second.untagged, port);
+        }
+        return true;
+    }, vlan, ports);
+}
+
+bool SwitchModel::get_vlan_info(unsigned int vlan, std::list<Mp>& tagged, std::list<Mp>& untagged)
+{
+    return op(6, "get_vlan_info", [&] {
+        auto found = vlans_.find(vlan);
+        if (found == vlans_.end()) return false;
+        tagged.assign(found->second.tagged.begin(), found->second.tagged.end());
+        untagged.assign(found->second.untagged.begin(), found->second.untagged.end());
+        return true;
+    }, vlan);
+}
+
+bool SwitchModel::set_mac_vlan(const unsigned char* mac, unsigned int vlan, unsigned int priority)
+{
+    return op(91, "set_mac_vlan", [&] {
+        if (!mac || !valid_vlan(vlan) || priority > 7) return false;
+        MacAddress key;
+        std::copy(mac, mac + 6, key.begin());
+        mac_vlans_[key] = std::make_pair(vlan, priority);
+        return true;
+    }, mac, vlan, priority);
+}
+
+bool SwitchModel::set_ipv4_subnet_vlan(unsigned int address, unsigned int mask, unsigned int vlan,
+                                       unsigned int priority)
+{
+    return op(92, "set_ipv4_subnet_vlan", [&] {
+        if (!valid_vlan(vlan) || priority > 7) return false;
+        ipv4_subnet_vlans_[std::make_pair(address & mask, mask)] = std::make_pair(vlan, priority);
+        return true;
+    }, address, mask, vlan, priority);
+}
+
+bool SwitchModel::set_ipv6_subnet_vlan(const unsigned char* address, unsigned int prefix_length,
+                                       unsigned int vlan, unsigned int priority)
+{
+    return op(93, "set_ipv6_subnet_vlan", [&] {
+        if (!address || prefix_length > 128 || !valid_vlan(vlan) || priority > 7) return false;
+        Ipv6Address key;
+        std::copy(address, address + 16, key.begin());
+        ipv6_subnet_vlans_[std::make_pair(key, prefix_length)] = std::make_pair(vlan, priority);
+        return true;
+    }, address, prefix_length, vlan, priority);
+}
+
+// --- LAGs.
+Lag* SwitchModel::lag(unsigned int lag_id)
+{
+    auto found = lags_.find(lag_id);
+    return found == lags_.end() ? nullptr : &found->second;
+}
+
+bool SwitchModel::lag_of_member(const Mp& port, unsigned int& lag_id) const
+{
+    for (const auto& entry : lags_)
+        if (contains(entry.second.members, port)) {
+            lag_id = entry.first;
+            return true;
+        }
+    return false;
+}
+
+// Ids are handed out lowest free first, from 0.
+bool SwitchModel::create_lag(unsigned int& lag_id)
+{
+    return op(9, "create_lag", [&] {
+        for (unsigned int id = 0; id < config_.max_lags; ++id)
+            if (!lags_.count(id)) {
+                lags_[id];
+                lag_id = id;
+                return true;
+            }
+        return false;
+    });
+}
+
+bool SwitchModel::delete_lag(unsigned int lag_id)
+{
+    return op(10, "delete_lag", [&] { return lags_.erase(lag_id) == 1; }, lag_id);
+}
+
+// The list is the LAG's complete new member set.  A port may belong to one
+// LAG only.
+bool SwitchModel::add_ports_to_lag(unsigned int lag_id, std::list<Mp>& ports)
+{
+    return op(11, "add_ports_to_lag", [&] {
+        Lag* l = lag(lag_id);
+        if (!l || !all_physical(ports) || ports.size() > config_.max_lag_members) return false;
+        for (const Mp& port : ports) {
+            unsigned int other = 0;
+            if (lag_of_member(port, other) && other != lag_id) return false;
+        }
+        l->members.clear();
+        for (const Mp& port : ports)
+            if (!contains(l->members, port)) l->members.push_back(port);
+        return true;
+    }, lag_id, ports);
+}
+
+bool SwitchModel::delete_ports_from_lag(unsigned int lag_id, std::list<Mp>& ports)
+{
+    return op(12, "delete_ports_from_lag", [&] {
+        Lag* l = lag(lag_id);
+        if (!l || !all_physical(ports)) return false;
+        for (const Mp& port : ports) remove_port(l->members, port);
+        return true;
+    }, lag_id, ports);
+}
+
+bool SwitchModel::set_lag_balancing_strategy(unsigned int lag_id, lag_psc_t psc)
+{
+    return op(13, "set_lag_balancing_strategy", [&] {
+        Lag* l = lag(lag_id);
+        if (!l || psc < LAG_PSC_SRC_MAC || psc > LAG_PSC_SRC_DST_IP) return false;
+        l->psc = psc;
+        return true;
+    }, lag_id, psc);
+}
+
+bool SwitchModel::get_lag_balancing_strategy(unsigned int lag_id, lag_psc_t& psc)
+{
+    return op(14, "get_lag_balancing_strategy", [&] {
+        Lag* l = lag(lag_id);
+        if (!l) return false;
+        psc = l->psc;
+        return true;
+    }, lag_id);
+}
+
+}  // namespace vorn_sim

@@ -1,0 +1,267 @@
+// The library end to end over the reference host: every call goes through
+// libvornlcapi into the virtual line card, as a real control plane's would.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <sstream>
+#include <vector>
+
+#include "vorn_api.hh"
+#include "vorn_capi.h"
+#include "vorn_lag_list.hh"
+#include "vorn_sim.hh"
+
+namespace {
+
+const unsigned char mac_a[6] = {0x00, 0x11, 0x22, 0x33, 0x44, 0x55};
+const unsigned char mac_b[6] = {0x00, 0x11, 0x22, 0x33, 0x44, 0x66};
+
+Usp port(unsigned int n) { return Usp(1, 1, n); }
+Usp lag(unsigned int n) { return Usp(0, vorn_sim::lag_slot, n); }
+Usp vlan_interface(unsigned int vlan) { return Usp(0, vorn_sim::vlan_interface_slot, vlan); }
+
+std::vector<unsigned char> frame_from(const unsigned char* source)
+{
+    std::vector<unsigned char> frame(64, 0);
+    std::memset(frame.data(), 0xff, 6);
+    std::memcpy(frame.data() + 6, source, 6);
+    return frame;
+}
+
+class Card : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        vorn_sim::reset();
+        vorn_sim::configure(vorn_sim::Config());
+        int ports = 0;
+        ASSERT_TRUE(vorn_lcmgr_api_init(ports));
+        ASSERT_EQ(ports, 48);
+    }
+    void TearDown() override
+    {
+        vorn_lcmgr_api_terminate();
+        vorn_sim::reset();
+    }
+};
+
+TEST_F(Card, VlanMembershipReadsBackThroughBothBindings)
+{
+    ASSERT_TRUE(vorn_create_vlan(10));
+    ASSERT_TRUE(vorn_add_ports_to_vlan(10, {port(1), port(2)}, {port(5)}));
+    std::list<Usp> tagged, untagged;
+    ASSERT_TRUE(vorn_get_vlan_info(10, tagged, untagged));
+    EXPECT_EQ(tagged, (std::list<Usp>{port(1), port(2)}));
+    EXPECT_EQ(untagged, (std::list<Usp>{port(5)}));
+
+    // Moving a port between the lists; removal names no list.
+    ASSERT_TRUE(vorn_add_ports_to_vlan(10, {port(5)}, {}));
+    ASSERT_TRUE(vorn_delete_ports_from_vlan(10, {port(1)}));
+    usp_s c_tagged[48], c_untagged[48];
+    unsigned int tagged_count = 48, untagged_count = 48;
+    ASSERT_EQ(ctype_vorn_get_vlan_info(10, c_tagged, &tagged_count, c_untagged, &untagged_count), 1);
+    ASSERT_EQ(tagged_count, 2u);
+    EXPECT_EQ(untagged_count, 0u);
+    EXPECT_EQ(c_tagged[0].port, 2u);
+    EXPECT_EQ(c_tagged[1].port, 5u);
+}
+
+TEST_F(Card, LagLifecycleKeepsSdkListAndMappingInStep)
+{
+    unsigned int lag_id = 99;
+    ASSERT_TRUE(vorn_add_ports_to_lag(lag(1), {port(3), port(4)}));  // creates it
+    ASSERT_TRUE(vorn_lag_usp_to_lag_id(lag(1), lag_id));
+    EXPECT_EQ(lag_id, 0u);  // ids from 0, in creation order
+    ASSERT_EQ(lag_list.size(), 1u);
+    EXPECT_EQ(lag_list.front().members(), (std::list<Mp>{Mp(0, 3), Mp(0, 4)}));
+
+    ASSERT_TRUE(vorn_add_ports_to_lag(lag(1), {port(5)}));
+    ASSERT_TRUE(vorn_set_lag_balancing_strategy(lag(1), LAG_PSC_SRC_DST_IP));
+    lag_psc_t psc = LAG_PSC_SRC_MAC;
+    ASSERT_TRUE(vorn_get_lag_balancing_strategy(lag(1), psc));
+    EXPECT_EQ(psc, LAG_PSC_SRC_DST_IP);
+    ASSERT_TRUE(vorn_set_port_pvid(lag(1), 10) == false);  // no VLAN 10 yet: refused by the SDK
+    ASSERT_TRUE(vorn_set_port_mtu(lag(1), 9000));          // every member
+    unsigned int mtu = 0;
+    ASSERT_TRUE(vorn_get_port_mtu(port(5), mtu));
+    EXPECT_EQ(mtu, 9000u);
+
+    ASSERT_TRUE(vorn_delete_ports_from_lag(lag(1), {port(3)}));
+    EXPECT_EQ(lag_list.front().members(), (std::list<Mp>{Mp(0, 4), Mp(0, 5)}));
+    // A port of one LAG cannot join another.
+    EXPECT_FALSE(vorn_add_ports_to_lag(lag(2), {port(4)}));
+
+    ASSERT_TRUE(vorn_delete_lag(lag(1)));
+    EXPECT_FALSE(vorn_lag_usp_to_lag_id(lag(1), lag_id));
+    EXPECT_EQ(lag_list.size(), 1u);  // lag(2) was created before its ports were refused
+    EXPECT_TRUE(vorn_delete_lag(lag(2)));
+    EXPECT_TRUE(lag_list.empty());
+}
+
+TEST_F(Card, LeavingTheSpanningTreeFlushesWhatThePortLearned)
+{
+    ASSERT_TRUE(vorn_create_vlan(10));
+    ASSERT_TRUE(vorn_add_ports_to_vlan(10, {}, {port(1), port(2)}));
+    ASSERT_TRUE(vorn_sim::receive_frame(port(1), 10, frame_from(mac_a)));
+    ASSERT_TRUE(vorn_sim::receive_frame(port(2), 10, frame_from(mac_b)));
+    int entries = 0;
+    static int* counter;
+    counter = &entries;
+    auto count = [](L2Addr*, int, void*) { ++*counter; };
+    ASSERT_TRUE(vorn_traverse_mac_table(reinterpret_cast<void*>(+count)));
+    EXPECT_EQ(entries, 2);
+
+    ASSERT_TRUE(vorn_set_port_stp_state(port(1), STP_STATE_DISABLED));
+    entries = 0;
+    ASSERT_TRUE(vorn_traverse_mac_table(reinterpret_cast<void*>(+count)));
+    EXPECT_EQ(entries, 1);  // only what port 2 learned is left
+}
+
+TEST_F(Card, CpuPacketsLeaveOnlyThroughPortsWhoseLinkIsUp)
+{
+    ASSERT_TRUE(vorn_create_vlan(20));
+    ASSERT_TRUE(vorn_add_ports_to_vlan(20, {}, {port(1), port(2), port(3)}));
+    ASSERT_TRUE(vorn_add_ports_to_lag(lag(1), {port(7), port(8)}));
+    ASSERT_TRUE(vorn_sim::set_cable(port(2), false));
+    ASSERT_TRUE(vorn_sim::set_cable(port(7), false));
+    Packet packet;
+    packet.set_data(std::vector<unsigned char>(60, 0xab));
+    ASSERT_TRUE(vorn_send_packet_by_port({vlan_interface(20), lag(1)}, {port(9)}, packet));
+    const auto& sent = vorn_sim::sent_packets();
+    ASSERT_EQ(sent.size(), 1u);
+    EXPECT_EQ(sent[0].tagged, (std::vector<Mp>{Mp(0, 1), Mp(0, 3), Mp(0, 8)}));
+    EXPECT_EQ(sent[0].untagged, (std::vector<Mp>{Mp(0, 9)}));
+}
+
+TEST_F(Card, RoutesAnswerLongestPrefixLookups)
+{
+    ASSERT_TRUE(vorn_create_vlan(30));
+    unsigned int interface_id = 0;
+    ASSERT_TRUE(vorn_create_l3_interface(mac_a, 30, interface_id));
+    ASSERT_TRUE(vorn_add_l3_route_ip4(port(1), 0x0a000000, 0xff000000, mac_b, interface_id, 30));
+    ASSERT_TRUE(vorn_add_l3_route_ip4(port(2), 0x0a010000, 0xffff0000, mac_b, interface_id, 30));
+    ASSERT_TRUE(vorn_add_l3_route_ip4(port(3), 0, 0, mac_b, interface_id, 30));
+    vorn_sim::RouteMatch match;
+    ASSERT_TRUE(vorn_sim::lookup_route_ip4(0x0a010203, match));
+    EXPECT_EQ(match.prefix_length, 16u);
+    EXPECT_EQ(match.port, port(2));
+    ASSERT_TRUE(vorn_sim::lookup_route_ip4(0x0a7f0001, match));
+    EXPECT_EQ(match.port, port(1));
+    ASSERT_TRUE(vorn_sim::lookup_route_ip4(0xc0a80001, match));
+    EXPECT_EQ(match.prefix_length, 0u);
+
+    unsigned char address6[16] = {0x20, 0x01, 0x0d, 0xb8};
+    unsigned char mask6[16] = {0xff, 0xff, 0xff, 0xff};
+    ASSERT_TRUE(vorn_add_l3_route_ip6(port(4), address6, mask6, mac_b, interface_id));
+    unsigned char inside[16] = {0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 1};
+    ASSERT_TRUE(vorn_sim::lookup_route_ip6(inside, match));
+    EXPECT_EQ(match.prefix_length, 32u);
+    EXPECT_EQ(match.port, port(4));
+
+    unsigned char mac[6] = {};
+    unsigned int id = 0, vlan = 0;
+    ASSERT_TRUE(vorn_get_l3_route_by_subnet_ip4(0x0a010000, 0xffff0000, port(2), mac, id, vlan));
+    EXPECT_EQ(std::memcmp(mac, mac_b, 6), 0);
+    EXPECT_TRUE(vorn_delete_l3_route_by_subnet_ip4(0x0a010000, 0xffff0000, port(2)));
+    ASSERT_TRUE(vorn_sim::lookup_route_ip4(0x0a010203, match));
+    EXPECT_EQ(match.prefix_length, 8u);
+}
+
+TEST_F(Card, BadInputIsRefusedWithoutDamage)
+{
+    unsigned int pvid = 0;
+    EXPECT_FALSE(vorn_create_vlan(0));
+    EXPECT_FALSE(vorn_create_vlan(4095));
+    EXPECT_FALSE(vorn_create_vlan(1));                         // exists already
+    EXPECT_FALSE(vorn_add_ports_to_vlan(77, {port(1)}, {}));    // no such VLAN
+    EXPECT_FALSE(vorn_set_port_pvid(Usp(1, 1, 49), 1));        // no such port
+    EXPECT_FALSE(vorn_set_port_pvid(port(1), 5000));
+    ASSERT_TRUE(vorn_get_port_pvid(port(1), pvid));
+    EXPECT_EQ(pvid, 1u);
+    EXPECT_FALSE(vorn_add_mac_to_port(port(1), nullptr, 1));
+    EXPECT_FALSE(vorn_add_system_mac(mac_a, 999));
+    EXPECT_FALSE(vorn_delete_of_flow(12));
+    EXPECT_FALSE(vorn_add_l3_host_ip4(port(1), 0x0a000001, mac_a, 42));  // no interface 42
+    ASSERT_TRUE(vorn_create_vlan(40));
+    EXPECT_FALSE(vorn_add_ports_to_vlan(40, {port(1), Usp(2, 1, 1)}, {}));  // one bad port: none added
+    std::list<Usp> tagged, untagged;
+    ASSERT_TRUE(vorn_get_vlan_info(40, tagged, untagged));
+    EXPECT_TRUE(tagged.empty());
+}
+
+TEST_F(Card, FullTablesRefuseFurtherAdds)
+{
+    vorn_lcmgr_api_terminate();
+    vorn_sim::Config small;
+    small.mac_entries = 2;
+    vorn_sim::configure(small);
+    int ports = 0;
+    ASSERT_TRUE(vorn_lcmgr_api_init(ports));
+    const unsigned char third[6] = {0, 0, 0, 0, 0, 3};
+    EXPECT_TRUE(vorn_add_mac_to_port(port(1), mac_a, 1));
+    EXPECT_TRUE(vorn_add_mac_to_port(port(1), mac_b, 1));
+    EXPECT_FALSE(vorn_add_mac_to_port(port(1), third, 1));
+}
+
+TEST_F(Card, InjectedFaultsStopAFanOutWhereTheyHit)
+{
+    ASSERT_TRUE(vorn_add_ports_to_lag(lag(1), {port(1), port(2), port(3)}));
+    vorn_sim::fail_slot_for_port(80, Mp(0, 2));  // set_port_pvid on the second member
+    ASSERT_TRUE(vorn_create_vlan(50));
+    EXPECT_FALSE(vorn_set_port_pvid(lag(1), 50));
+    unsigned int pvid = 0;
+    ASSERT_TRUE(vorn_get_port_pvid(port(1), pvid));
+    EXPECT_EQ(pvid, 50u);
+    ASSERT_TRUE(vorn_get_port_pvid(port(3), pvid));
+    EXPECT_EQ(pvid, 1u);  // never reached
+
+    vorn_sim::clear_faults();
+    vorn_sim::fail_slot(0, 2);  // the second create_vlan from now
+    EXPECT_TRUE(vorn_create_vlan(51));
+    EXPECT_FALSE(vorn_create_vlan(52));
+    EXPECT_TRUE(vorn_create_vlan(53));
+}
+
+TEST_F(Card, AgingRunsOnTheHostsClockAndEventsReachBothBindings)
+{
+    static std::vector<int> mac_events;
+    static std::vector<unsigned int> link_events;
+    mac_events.clear();
+    link_events.clear();
+    ASSERT_TRUE(vorn_register_mac_update_callback(
+        [](L2Addr*, int what, void*) { mac_events.push_back(what); }, nullptr));
+    ASSERT_TRUE(vorn_register_link_change_callback_c(
+        [](ctype_link_status_s* status, usp_s* where) {
+            link_events.push_back(where->port * 10 + status->state);
+        }));
+    ASSERT_TRUE(vorn_set_fdb_aging_time(60));
+    ASSERT_TRUE(vorn_sim::receive_frame(port(6), 1, frame_from(mac_a)));
+    vorn_sim::advance_clock(59);
+    EXPECT_EQ(mac_events, (std::vector<int>{LCMGR_MAC_LEARNED}));
+    vorn_sim::advance_clock(1);
+    EXPECT_EQ(mac_events, (std::vector<int>{LCMGR_MAC_LEARNED, LCMGR_MAC_AGED}));
+
+    ASSERT_TRUE(vorn_sim::set_cable(port(6), false));
+    ASSERT_TRUE(vorn_sim::set_cable(port(6), true));
+    EXPECT_EQ(link_events, (std::vector<unsigned int>{60, 61}));
+}
+
+TEST_F(Card, TraceWritesOneLinePerSdkOperation)
+{
+    std::ostringstream trace;
+    vorn_sim::set_trace_stream(&trace);
+    ASSERT_TRUE(vorn_set_lcmgr_trace("trace_level_sdk", true));
+    unsigned int pvid = 0;
+    vorn_get_port_pvid(port(3), pvid);
+    vorn_create_vlan(0);
+    ASSERT_TRUE(vorn_set_lcmgr_trace("trace_level_all", false));
+    vorn_create_vlan(2);
+    vorn_sim::set_trace_stream(nullptr);
+    EXPECT_EQ(trace.str(),
+              "sdk 178 set_lcmgr_trace(\"trace_level_sdk\", true) -> true\n"
+              "sdk 81 get_port_pvid(0:3) -> true\n"
+              "sdk 0 create_vlan(0) -> false\n"
+              "sdk 178 set_lcmgr_trace(\"trace_level_all\", false) -> true\n");
+}
+
+}  // namespace
