@@ -21,6 +21,13 @@ const Mp* first_port(const First&, const Rest&... rest)
     return first_port(rest...);
 }
 
+// Runs `change` on the port's state when the port is a physical one.
+template <class Change>
+bool on_port(PortState* state, Change&& change)
+{
+    return state && change(*state);
+}
+
 template <class Body, class... Args>
 bool SwitchModel::op(int slot, const char* name, Body&& body, const Args&... args)
 {
