@@ -60,7 +60,8 @@ typedef enum ctype_of_action_t {
     CTYPE_OF_ACTION_TO_CPU = OF_ACTION_TO_CPU,
     CTYPE_OF_ACTION_SET_VLAN = OF_ACTION_SET_VLAN,
     CTYPE_OF_ACTION_SET_PRIORITY = OF_ACTION_SET_PRIORITY,
-    CTYPE_OF_ACTION_MIRROR = OF_ACTION_MIRROR
+    CTYPE_OF_ACTION_MIRROR = OF_ACTION_MIRROR,
+    VORN_ENUM_RANGE(CTYPE_OF_ACTION)
 } ctype_of_action_t;
 
 /* Parameter of a flow action: 12 bytes, copied as they stand.  For an

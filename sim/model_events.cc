@@ -89,8 +89,9 @@ bool SwitchModel::deregister_event_callback(lcmgr_report_event_t event, void* ca
         case LCMGR_EVENT_MAC_UPDATE:
             return remove_registration(mac_callbacks_, callback, user_data) ||
                    remove_registration(mac_callbacks_c_, callback, user_data);
+        default:
+            return false;
         }
-        return false;
     }, event, callback, user_data);
 }
 
