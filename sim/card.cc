@@ -114,6 +114,8 @@ bool lookup_route_ip6(const unsigned char* address, RouteMatch& match)
     return host().model && address && host().model->lookup_route_ip6(address, match);
 }
 
+const SwitchModel* model() { return host().model.get(); }
+
 const std::vector<SentPacket>& sent_packets()
 {
     static const std::vector<SentPacket> none;

@@ -305,6 +305,21 @@ public:
     bool lookup_route_ip6(const unsigned char* address, RouteMatch& match) const;
     const std::vector<SentPacket>& sent() const { return sent_; }
 
+    // Read-only views of the tables, for the shell's show commands.
+    const std::map<unsigned int, Lag>& lags() const { return lags_; }
+    const std::map<FdbKey, FdbEntry>& fdb() const { return fdb_; }
+    int aging_seconds() const { return aging_seconds_; }
+    const std::map<unsigned int, L3Interface>& l3_interfaces() const { return l3_interfaces_; }
+    const std::unordered_map<unsigned int, L3Target>& hosts4() const { return hosts4_; }
+    const std::unordered_map<Ipv6Key, L3Target, Ipv6Hash>& hosts6() const { return hosts6_; }
+    const std::vector<std::unordered_map<unsigned int, L3Target>>& routes4() const { return routes4_; }
+    const std::vector<std::unordered_map<Ipv6Key, L3Target, Ipv6Hash>>& routes6() const { return routes6_; }
+    const std::map<unsigned int, Flow>& flows() const { return flows_; }
+    const std::set<std::pair<unsigned int, unsigned int>>& arp_filters() const { return arp_filters_; }
+    const std::set<unsigned int>& ip_protocol_filters() const { return ip_protocol_filters_; }
+    const std::set<unsigned int>& l4_port_filters() const { return l4_port_filters_; }
+    Usp usp_of(const Mp& port, bool trunk) const;
+
 private:
     // Every operation runs through here: injected faults, then the body, then
     // one trace line when tracing is on.
@@ -319,7 +334,6 @@ private:
     bool lag_of_member(const Mp& port, unsigned int& lag_id) const;
     bool valid_target(const Mp& port, bool trunk);
     void notify_mac(const FdbKey& key, const FdbEntry& entry, int what);
-    Usp usp_of(const Mp& port, bool trunk) const;
     bool learn(const MacAddress& mac, unsigned int vlan, const Mp& port, bool trunk);
     std::size_t remove_fdb_if(bool static_too, const FdbKey* only_key,
                               bool (*match)(const FdbKey&, const FdbEntry&, const void*),

@@ -97,6 +97,11 @@ struct SentPacket {
 };
 const std::vector<SentPacket>& sent_packets();
 
+class SwitchModel;
+// The switch model behind the SDK object, for views of its tables; null
+// while the library has not created the SDK object.
+const SwitchModel* model();
+
 }  // namespace vorn_sim
 
 #endif
