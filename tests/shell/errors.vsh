@@ -2,6 +2,7 @@
 vlan create 10
 frobnicate 1/1/1
 port 1/1/1-3,1/1/x pvid 10
+port 1/1/1 pvid 70000
 set_port_pvid 1/1/1 70000
 set_port_pvid 1/1/1
 vlan add 10 1/1/1

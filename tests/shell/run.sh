@@ -46,5 +46,14 @@ else
   echo "FAILED: --help or help COMMAND"
   failed=$((failed + 1))
 fi
+# Without --keep-going a script stops at its first error, with its status.
+stopped=$(cd "$cases" && "${vornsh[@]}" errors.vsh 2>&1)
+status=$?
+if [[ $status -eq 1 && $(grep -c '^errors.vsh:' <<<"$stopped") -eq 1 ]] && ! grep -q '^vlan ' <<<"$stopped"; then
+  passed=$((passed + 1))
+else
+  echo "FAILED: a script goes on after its first error (status $status)"
+  failed=$((failed + 1))
+fi
 echo "shell scripts: $passed passed, $failed failed"
 [[ $failed -eq 0 ]]
