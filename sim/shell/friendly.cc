@@ -498,11 +498,11 @@ bool flow(const Words& w, std::ostream& out)
     need(w, 2);
     const std::string& action = w[0];
     if (action == "add") {
-        Arg<const of_flow_s&> spec;
-        spec.read(w[1], "flow");
+        Arg<const of_flow_s&> match;
+        match.read(w[1], "flow");
         unsigned int id = 0;
         of_flow_qualify_udf_s udf = {{0, 0, 0, 0}};
-        if (!vorn_add_of_flow(spec.value, id, udf)) return false;
+        if (!vorn_add_of_flow(match.value, id, udf)) return false;
         out << "flow " << id << "\n";
         if (w.size() > 2) return vorn_set_of_flow_priority(id, static_cast<int>(read_signed(w[2], 0, 65535)));
         return true;
@@ -603,8 +603,8 @@ void add_friendly_commands(Shell& shell)
         "the MAC table", "mac add 1/1/3 00:1b:21:0a:0b:0c 10", mac);
     add("l3", " interface create <mac> <vlan> | host add <ip> <port> <mac> <if> | route add <prefix> <port> <mac> <if> [vlan] | route lookup <ip> ...",
         "L3 interfaces, hosts and routes (IPv4 or IPv6)", "l3 route add 10.0.0.0/8 0/1/1 00:1b:21:0f:0f:0f 1", l3);
-    add("flow", " add <spec> [priority] | action <id> <kind> [port|n] | delete <id>",
-        "flows: spec key=value,... (in dmac smac vlan pcp eth sip dip proto tos sport dport)",
+    add("flow", " add <match> [priority] | action <id> <kind> [port|n] | delete <id>",
+        "flows: match key=value,... (in dmac smac vlan pcp eth sip dip proto tos sport dport)",
         "flow add in=1/1/1,eth=0x0806 10", flow);
     add("filter", " add|delete ip-protocol <n> | l4-port <n> | arp <prefix>", "packet filters to the CPU",
         "filter add ip-protocol 89", filter);
