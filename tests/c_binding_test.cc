@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstring>
 #include <functional>
 
@@ -17,6 +18,23 @@ using testing::DoAll;
 using testing::ElementsAre;
 using testing::Return;
 using testing::SetArgReferee;
+
+// The C flow record and the C++ flow share one layout, field by field.
+#define SAME_PLACE(c_field, cxx_field) \
+    static_assert(offsetof(ctype_of_flow_s, c_field) == offsetof(of_flow_s, cxx_field), #c_field)
+SAME_PLACE(dst_mac, match.dst_mac);
+SAME_PLACE(src_mac, match.src_mac);
+SAME_PLACE(vlan_id, match.vlan_id);
+SAME_PLACE(eth_type, match.eth_type);
+SAME_PLACE(src_ip, match.src_ip);
+SAME_PLACE(dst_ip_mask, match.dst_ip_mask);
+SAME_PLACE(ip_proto, match.ip_proto);
+SAME_PLACE(l4_dst_port, match.l4_dst_port);
+SAME_PLACE(match_flags, match.match_flags);
+#undef SAME_PLACE
+static_assert(sizeof(ctype_of_flow_s) == sizeof(of_flow_s), "60 bytes each");
+static_assert(sizeof(ctype_of_action_param_s) == sizeof(of_action_param_s), "12 bytes each");
+static_assert(sizeof(ctype_of_flow_qualify_udf_s) == sizeof(of_flow_qualify_udf_s), "16 bytes each");
 
 usp_s port3 = {1, 1, 3};
 usp_s unknown = {9, 9, 9};

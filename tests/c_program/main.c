@@ -4,8 +4,28 @@
  * flows. */
 #include "vorn_capi.h"
 
+#include <stddef.h>
 #include <stdio.h>
 #include <string.h>
+
+/* The C records' layout, checked at compile time on every target (C99 has no
+ * static assertion: a negative array size fails the build). */
+#define LAYOUT(name, condition) typedef char layout_##name[(condition) ? 1 : -1]
+LAYOUT(usp, sizeof(usp_s) == 12 && offsetof(usp_s, slot) == 4 && offsetof(usp_s, port) == 8);
+LAYOUT(packet, offsetof(ctype_packet_s, type) == 4 && offsetof(ctype_packet_s, data) == 8 &&
+                   sizeof(ctype_packet_s) == 8 + sizeof(void*));
+LAYOUT(flow_size, sizeof(ctype_of_flow_s) == 60);
+LAYOUT(flow_macs, offsetof(ctype_of_flow_s, dst_mac) == 12 && offsetof(ctype_of_flow_s, src_mac) == 18);
+LAYOUT(flow_words16, offsetof(ctype_of_flow_s, vlan_id) == 24 && offsetof(ctype_of_flow_s, vlan_pcp) == 26 &&
+                         offsetof(ctype_of_flow_s, eth_type) == 28);
+LAYOUT(flow_words32, offsetof(ctype_of_flow_s, src_ip) == 32 && offsetof(ctype_of_flow_s, src_ip_mask) == 36 &&
+                         offsetof(ctype_of_flow_s, dst_ip) == 40 && offsetof(ctype_of_flow_s, dst_ip_mask) == 44);
+LAYOUT(flow_ports, offsetof(ctype_of_flow_s, ip_proto) == 48 && offsetof(ctype_of_flow_s, ip_tos) == 50 &&
+                       offsetof(ctype_of_flow_s, l4_src_port) == 52 && offsetof(ctype_of_flow_s, l4_dst_port) == 54);
+LAYOUT(flow_flags, offsetof(ctype_of_flow_s, match_flags) == 56);
+LAYOUT(udf, sizeof(ctype_of_flow_qualify_udf_s) == 16);
+LAYOUT(action, sizeof(ctype_of_action_t) == 4 && sizeof(ctype_of_action_param_s) == 12);
+LAYOUT(enums, sizeof(stp_state_t) == 4 && sizeof(lcmgr_report_event_t) == 4 && sizeof(bool) == 1);
 
 static int passed;
 static int failed;
