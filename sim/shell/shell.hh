@@ -4,6 +4,7 @@
 
 #include <istream>
 #include <map>
+#include <stdexcept>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -36,8 +37,20 @@ private:
     std::vector<std::string> order_;
 };
 
-// The friendly commands and the show views.
+typedef std::vector<std::string> Words;
+
+// Throws for a command line shorter than `count` words.
+inline void need(const Words& words, std::size_t count)
+{
+    if (words.size() < count) throw std::out_of_range("missing argument");
+}
+
+// The friendly commands.
 void add_friendly_commands(Shell& shell);
+
+// The show views: the switch model's tables, so that what is shown is what
+// the library did to the "hardware".
+bool show(const Words& words, std::ostream& out);
 
 std::vector<std::string> split_line(const std::string& line);
 
