@@ -1,4 +1,6 @@
 // --- CPU packet transmission.
+#include <iterator>
+
 #include "frame.hh"
 #include "vorn_api.hh"
 #include "vorn_port_mapping.hh"
@@ -32,10 +34,15 @@ bool select_egress(const std::list<Usp>& ports, std::list<Mp>& egress)
         if (!lag && !is_port_logical_vlan(port)) continue;
         std::list<Mp> members;
         if (!vorn_usp_to_mp_list(port, members)) continue;
-        for (const Mp& member : members) {
-            if (!link_up(*sdk, member)) continue;
-            egress.push_back(member);
-            if (lag) break;
+        // A member that is up moves its node to the egress list: no second
+        // allocation per member.
+        for (auto member = members.begin(); member != members.end();) {
+            const auto next = std::next(member);
+            if (link_up(*sdk, *member)) {
+                egress.splice(egress.end(), members, member);
+                if (lag) break;
+            }
+            member = next;
         }
     }
     return false;

@@ -10,8 +10,8 @@
 // A few SDK getters answer something: get_port_pvid 1, get_port_link_state
 // up, get_vlan_info vlan_members members, 4094 at most (the first half
 // tagged, the rest untagged).  The LAG list operations succeed and keep nothing.
-#ifndef VORN_BENCH_NOOP_HOST_HH
-#define VORN_BENCH_NOOP_HOST_HH
+#ifndef VORN_TESTS_NOOP_HOST_HH
+#define VORN_TESTS_NOOP_HOST_HH
 
 #include <vector>
 

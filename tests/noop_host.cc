@@ -37,7 +37,7 @@ public:
         unused args;                            \
         return true;                            \
     }
-#include "../tests/sdk_slots.def"
+#include "sdk_slots.def"
 #undef VORN_SDK_SLOT
 };
 
