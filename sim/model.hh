@@ -9,6 +9,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <list>
 #include <map>
 #include <ostream>
@@ -123,8 +124,25 @@ struct Ipv6Hash {
     std::size_t operator()(const Ipv6Key& key) const;
 };
 
-// Where a FDB entry is kept: VLAN and MAC.
-typedef std::pair<unsigned int, MacAddress> FdbKey;
+// Where a FDB entry is kept: VLAN and MAC.  Ordered by VLAN, then by MAC as
+// the 48-bit number it spells, kept beside it so that a comparison is two
+// integer comparisons.
+struct FdbKey {
+    FdbKey(unsigned int vlan_id, const MacAddress& address) : vlan(vlan_id), mac(address)
+    {
+        for (unsigned char byte : mac) mac48 = mac48 << 8 | byte;
+    }
+    bool operator<(const FdbKey& other) const
+    {
+        return vlan != other.vlan ? vlan < other.vlan : mac48 < other.mac48;
+    }
+    bool operator==(const FdbKey& other) const { return vlan == other.vlan && mac48 == other.mac48; }
+
+    unsigned int vlan;
+    MacAddress mac;
+    std::uint64_t mac48 = 0;
+};
+typedef std::map<FdbKey, FdbEntry> FdbTable;
 
 class SwitchModel : public VornSdkBase {
 public:
@@ -307,7 +325,7 @@ public:
 
     // Read-only views of the tables, for the shell's show commands.
     const std::map<unsigned int, Lag>& lags() const { return lags_; }
-    const std::map<FdbKey, FdbEntry>& fdb() const { return fdb_; }
+    const FdbTable& fdb() const { return fdb_; }
     int aging_seconds() const { return aging_seconds_; }
     const std::map<unsigned int, L3Interface>& l3_interfaces() const { return l3_interfaces_; }
     const std::unordered_map<unsigned int, L3Target>& hosts4() const { return hosts4_; }
@@ -350,7 +368,7 @@ private:
     std::map<std::pair<unsigned int, unsigned int>, std::pair<unsigned int, unsigned int>> ipv4_subnet_vlans_;
     std::map<std::pair<Ipv6Address, unsigned int>, std::pair<unsigned int, unsigned int>> ipv6_subnet_vlans_;
     std::map<unsigned int, Lag> lags_;
-    std::map<FdbKey, FdbEntry> fdb_;
+    FdbTable fdb_;
     int aging_seconds_ = 300;
     int system_mac_limit_ = 0;
     unsigned long clock_ = 0;

@@ -44,9 +44,9 @@ Usp SwitchModel::usp_of(const Mp& port, bool trunk) const
 void SwitchModel::notify_mac(const FdbKey& key, const FdbEntry& entry, int what)
 {
     L2Addr address;
-    std::copy(key.second.begin(), key.second.end(), address.mac);
+    std::copy(key.mac.begin(), key.mac.end(), address.mac);
     address.flags = static_cast<unsigned short>((entry.is_static ? 1 : 0) | (entry.trunk ? 2 : 0));
-    address.vlan = key.first;
+    address.vlan = key.vlan;
     address.port = usp_of(entry.port, entry.trunk);
     ctype_l2_addr_s c_address;
     std::memcpy(c_address.mac, address.mac, 6);
@@ -68,14 +68,19 @@ bool SwitchModel::add_static_mac(const unsigned char* mac, unsigned int vlan, co
                                  bool trunk)
 {
     const FdbKey key(vlan, mac_of(mac));
-    auto found = fdb_.find(key);
-    if (found == fdb_.end() && fdb_.size() >= config_.mac_entries) return false;
+    // One walk down the table: where the key is, or where it would go.
+    auto place = fdb_.lower_bound(key);
+    const bool found = place != fdb_.end() && !(key < place->first);
+    if (!found && fdb_.size() >= config_.mac_entries) return false;
     FdbEntry entry;
     entry.port = port;
     entry.trunk = trunk;
     entry.is_static = true;
     entry.learned_at = clock_;
-    fdb_[key] = entry;
+    if (found)
+        place->second = entry;
+    else
+        fdb_.emplace_hint(place, key, entry);
     notify_mac(key, entry, LCMGR_MAC_LEARNED);
     return true;
 }
@@ -136,13 +141,13 @@ namespace {
 
 bool same_mac(const FdbKey& key, const FdbEntry&, const void* mac)
 {
-    return std::equal(key.second.begin(), key.second.end(), static_cast<const unsigned char*>(mac));
+    return std::equal(key.mac.begin(), key.mac.end(), static_cast<const unsigned char*>(mac));
 }
 
 bool in_bitmap(const FdbKey& key, const FdbEntry&, const void* context)
 {
     const auto* pair = static_cast<const std::pair<const unsigned char*, const unsigned char*>*>(context);
-    return same_mac(key, FdbEntry(), pair->first) && vlan_bit(pair->second, key.first);
+    return same_mac(key, FdbEntry(), pair->first) && vlan_bit(pair->second, key.vlan);
 }
 
 struct PortMatch {
@@ -158,7 +163,7 @@ bool on_port(const FdbKey&, const FdbEntry& entry, const void* context)
 
 bool in_vlan(const FdbKey& key, const FdbEntry&, const void* vlan)
 {
-    return key.first == *static_cast<const unsigned int*>(vlan);
+    return key.vlan == *static_cast<const unsigned int*>(vlan);
 }
 
 bool any_entry(const FdbKey&, const FdbEntry&, const void*) { return true; }
@@ -263,13 +268,13 @@ bool SwitchModel::traverse_mac_table(void* arg)
     return op(145, "traverse_mac_table", [&] {
         if (!arg) return false;
         auto visit = reinterpret_cast<void (*)(L2Addr*, int, void*)>(arg);
-        const std::map<FdbKey, FdbEntry> snapshot = fdb_;
+        const FdbTable snapshot = fdb_;
         for (const auto& entry : snapshot) {
             L2Addr address;
-            std::copy(entry.first.second.begin(), entry.first.second.end(), address.mac);
+            std::copy(entry.first.mac.begin(), entry.first.mac.end(), address.mac);
             address.flags =
                 static_cast<unsigned short>((entry.second.is_static ? 1 : 0) | (entry.second.trunk ? 2 : 0));
-            address.vlan = entry.first.first;
+            address.vlan = entry.first.vlan;
             address.port = usp_of(entry.second.port, entry.second.trunk);
             visit(&address, entry.second.is_static ? 0 : LCMGR_MAC_LEARNED, nullptr);
         }
@@ -296,7 +301,7 @@ bool SwitchModel::learn(const MacAddress& mac, unsigned int vlan, const Mp& port
     for (const auto& entry : fdb_) {
         if (entry.second.is_static) continue;
         ++learned;
-        in_vlan += entry.first.first == vlan;
+        in_vlan += entry.first.vlan == vlan;
         on_port += entry.second.port == port && entry.second.trunk == trunk;
     }
     const int port_limit = trunk ? (lag(port.port()) ? lag(port.port())->mac_limit : 0)

@@ -33,7 +33,7 @@ bool SwitchModel::delete_vlan(unsigned int vlan)
     return op(1, "delete_vlan", [&] {
         if (vlans_.erase(vlan) == 0) return false;
         for (auto it = fdb_.begin(); it != fdb_.end();)
-            it = it->first.first == vlan ? fdb_.erase(it) : std::next(it);
+            it = it->first.vlan == vlan ? fdb_.erase(it) : std::next(it);
         return true;
     }, vlan);
 }

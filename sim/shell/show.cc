@@ -162,7 +162,7 @@ bool show_fdb(std::ostream& out)
 {
     Table table({"vlan", "mac", "port", "type"});
     for (const auto& entry : model().fdb())
-        table.add({std::to_string(entry.first.first), mac_text(entry.first.second.data()),
+        table.add({std::to_string(entry.first.vlan), mac_text(entry.first.mac.data()),
                    entry.second.port == Mp(0, 0) && !entry.second.trunk ? "cpu"
                                                                        : port_of(entry.second.port, entry.second.trunk),
                    entry.second.is_static ? "static" : "learned"});
