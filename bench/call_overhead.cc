@@ -7,6 +7,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <iostream>
 #include <list>
 #include <map>
@@ -49,7 +50,7 @@ bool on_each(const std::vector<Mp>& mps, Operation operation)
 
 // Single-port getter.
 struct GetPortPvid {
-    explicit GetPortPvid(const benchmark::State&) {}
+    explicit GetPortPvid(unsigned int) {}
     bool library() { return vorn_get_port_pvid(Usp(1, 1, 3), pvid); }
     bool direct(VornSdkBase& sdk) { return sdk.get_port_pvid(Mp(0, 3), pvid); }
     unsigned int members = 1;
@@ -58,8 +59,7 @@ struct GetPortPvid {
 
 // Member fan-out: the PVID of a LAG, once per member.
 struct SetLagPvid {
-    explicit SetLagPvid(const benchmark::State& state)
-        : members(static_cast<unsigned int>(state.range(0))), mps(noop_host::members(members))
+    explicit SetLagPvid(unsigned int count) : members(count), mps(noop_host::members(members))
     {
         noop_host::lag_members = members;
     }
@@ -74,7 +74,7 @@ struct SetLagPvid {
 
 // Multi-port setter: the STP state of 48 ports.
 struct SetPortsStpState {
-    explicit SetPortsStpState(const benchmark::State&) {}
+    explicit SetPortsStpState(unsigned int) {}
     bool library() { return vorn_set_ports_stp_state(ports, STP_STATE_FORWARDING); }
     bool direct(VornSdkBase& sdk)
     {
@@ -87,7 +87,7 @@ struct SetPortsStpState {
 
 // 48 ports into a VLAN: 24 tagged, 24 untagged.
 struct AddPortsToVlan {
-    explicit AddPortsToVlan(const benchmark::State&) {}
+    explicit AddPortsToVlan(unsigned int) {}
     bool library() { return vorn_add_ports_to_vlan(10, tagged, untagged); }
     bool direct(VornSdkBase& sdk) { return sdk.add_ports_to_vlan(10, tagged_mps, untagged_mps); }
     unsigned int members = 48;
@@ -99,7 +99,7 @@ struct AddPortsToVlan {
 
 // A CPU frame out of a VLAN interface of 48 members, all up.
 struct SendPacketVlan {
-    explicit SendPacketVlan(const benchmark::State&)
+    explicit SendPacketVlan(unsigned int)
     {
         noop_host::vlan_members = members;
         packet.set_data(std::vector<unsigned char>(64, 0x5a));
@@ -116,7 +116,7 @@ struct SendPacketVlan {
 
 // The C binding's single-port getter.
 struct CGetPortPvid {
-    explicit CGetPortPvid(const benchmark::State&) {}
+    explicit CGetPortPvid(unsigned int) {}
     bool library() { return ctype_vorn_get_port_pvid(&port, &pvid) == 1; }
     bool direct(VornSdkBase& sdk) { return sdk.get_port_pvid(Mp(0, 3), pvid); }
     unsigned int members = 1;
@@ -124,10 +124,30 @@ struct CGetPortPvid {
     unsigned int pvid = 0;
 };
 
+// The VLAN read-back of 4094 members: SDK lists translated back to Usp lists.
+struct GetVlanInfo {
+    explicit GetVlanInfo(unsigned int) { noop_host::vlan_members = members; }
+    bool library()
+    {
+        tagged.clear();
+        untagged.clear();
+        return vorn_get_vlan_info(10, tagged, untagged);
+    }
+    bool direct(VornSdkBase& sdk)
+    {
+        std::list<Mp> tagged_mps;
+        std::list<Mp> untagged_mps;
+        return sdk.get_vlan_info(10, tagged_mps, untagged_mps);
+    }
+    unsigned int members = 4094;
+    std::list<Usp> tagged;
+    std::list<Usp> untagged;
+};
+
 // The C binding's VLAN read-back of 4094 members: SDK lists, translated back
 // to Usp lists, stored into the caller's arrays.
 struct CGetVlanInfo {
-    explicit CGetVlanInfo(const benchmark::State&) { noop_host::vlan_members = members; }
+    explicit CGetVlanInfo(unsigned int) { noop_host::vlan_members = members; }
     bool library()
     {
         unsigned int tagged_count = members;
@@ -149,9 +169,9 @@ struct CGetVlanInfo {
 // --- Measuring a pair.
 
 template <class Call>
-void measure(benchmark::State& state, bool through_library)
+void measure(benchmark::State& state, bool through_library, unsigned int arg)
 {
-    Call call(state);
+    Call call(arg);
     VornSdkBase* sdk = &noop_host::sdk();
     benchmark::DoNotOptimize(sdk);
     if (!call.library() || !call.direct(*sdk)) {
@@ -172,15 +192,40 @@ void measure(benchmark::State& state, bool through_library)
     state.counters["members"] = call.members;
 }
 
-// Registers BM_lib/<name> and BM_sdk/<name>, with the same arguments.
+// The call made `count` times without the benchmark loop, for counting
+// instructions under callgrind (bench/check_budgets.py).
 template <class Call>
-void pair(const std::string& name, const std::vector<int64_t>& args = {})
+bool repeat(unsigned int arg, long count, bool through_library)
 {
-    for (const bool through_library : {true, false}) {
-        const std::string full = (through_library ? "BM_lib/" : "BM_sdk/") + name;
-        benchmark::internal::Benchmark* bench =
-            benchmark::RegisterBenchmark(full.c_str(), measure<Call>, through_library);
-        for (const int64_t arg : args) bench->Arg(arg);
+    Call call(arg);
+    VornSdkBase& sdk = noop_host::sdk();
+    bool ok = true;
+    for (long i = 0; i < count; ++i) ok = (through_library ? call.library() : call.direct(sdk)) && ok;
+    return ok;
+}
+
+std::map<std::string, bool (*)(unsigned int, long, bool)>& repeaters()
+{
+    static std::map<std::string, bool (*)(unsigned int, long, bool)> calls;
+    return calls;
+}
+std::map<std::string, unsigned int>& repeater_args()
+{
+    static std::map<std::string, unsigned int> args;
+    return args;
+}
+
+// Registers BM_lib/<name>[/<arg>] and BM_sdk/<name>[/<arg>].
+template <class Call>
+void pair(const std::string& name, const std::vector<unsigned int>& args = {0})
+{
+    for (const unsigned int arg : args) {
+        const std::string call = args.size() > 1 ? name + "/" + std::to_string(arg) : name;
+        for (const bool through_library : {true, false})
+            benchmark::RegisterBenchmark(((through_library ? "BM_lib/" : "BM_sdk/") + call).c_str(),
+                                         measure<Call>, through_library, arg);
+        repeaters()[call] = repeat<Call>;
+        repeater_args()[call] = arg;
     }
 }
 
@@ -246,10 +291,19 @@ int main(int argc, char** argv)
     pair<AddPortsToVlan>("add_ports_to_vlan");
     pair<SendPacketVlan>("send_packet_by_port_vlan");
     pair<CGetPortPvid>("ctype_get_port_pvid");
+    pair<GetVlanInfo>("get_vlan_info");
     pair<CGetVlanInfo>("ctype_get_vlan_info");
 
-    if (!vorn_bench::initialize(argc, argv, "0.1")) return 1;
     int line_card = 0;
+    // --repeat CALL COUNT lib|sdk: the call COUNT times, nothing else.
+    if (argc == 5 && std::string(argv[1]) == "--repeat") {
+        const auto call = repeaters().find(argv[2]);
+        if (call == repeaters().end() || !vorn_lcmgr_api_init(line_card)) return 2;
+        const bool ok = call->second(repeater_args()[argv[2]], std::atol(argv[3]),
+                                     std::string(argv[4]) == "lib");
+        return ok ? 0 : 1;
+    }
+    if (!vorn_bench::initialize(argc, argv, "0.1")) return 1;
     if (!vorn_lcmgr_api_init(line_card)) return 1;
     PairTable table;
     benchmark::RunSpecifiedBenchmarks(&table);
