@@ -204,15 +204,15 @@ bool repeat(unsigned int arg, long count, bool through_library)
     return ok;
 }
 
-std::map<std::string, bool (*)(unsigned int, long, bool)>& repeaters()
+// The calls by name, each with its argument, for --repeat.
+struct Repeater {
+    bool (*run)(unsigned int, long, bool);
+    unsigned int arg;
+};
+std::map<std::string, Repeater>& repeaters()
 {
-    static std::map<std::string, bool (*)(unsigned int, long, bool)> calls;
+    static std::map<std::string, Repeater> calls;
     return calls;
-}
-std::map<std::string, unsigned int>& repeater_args()
-{
-    static std::map<std::string, unsigned int> args;
-    return args;
 }
 
 // Registers BM_lib/<name>[/<arg>] and BM_sdk/<name>[/<arg>].
@@ -224,8 +224,7 @@ void pair(const std::string& name, const std::vector<unsigned int>& args = {0})
         for (const bool through_library : {true, false})
             benchmark::RegisterBenchmark(((through_library ? "BM_lib/" : "BM_sdk/") + call).c_str(),
                                          measure<Call>, through_library, arg);
-        repeaters()[call] = repeat<Call>;
-        repeater_args()[call] = arg;
+        repeaters()[call] = Repeater{repeat<Call>, arg};
     }
 }
 
@@ -299,8 +298,8 @@ int main(int argc, char** argv)
     if (argc == 5 && std::string(argv[1]) == "--repeat") {
         const auto call = repeaters().find(argv[2]);
         if (call == repeaters().end() || !vorn_lcmgr_api_init(line_card)) return 2;
-        const bool ok = call->second(repeater_args()[argv[2]], std::atol(argv[3]),
-                                     std::string(argv[4]) == "lib");
+        const bool ok = call->second.run(call->second.arg, std::atol(argv[3]),
+                                         std::string(argv[4]) == "lib");
         return ok ? 0 : 1;
     }
     if (!vorn_bench::initialize(argc, argv, "0.1")) return 1;
