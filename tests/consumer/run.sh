@@ -14,10 +14,13 @@ rm -rf "$work"
 prefix=$work/prefix
 cmake --install "$build" --prefix "$prefix" >/dev/null
 
-libdir=$(find "$prefix" -name pkgconfig -type d | head -n 1)
-flags=$(PKG_CONFIG_PATH=$libdir pkg-config --cflags --libs vorn-sim)
+# As the README tells a user: the run path is the library directory the .pc names.
+export PKG_CONFIG_PATH
+PKG_CONFIG_PATH=$(find "$prefix" -name pkgconfig -type d | head -n 1)
+flags=$(pkg-config --cflags --libs vorn-sim)
+rpath=$(pkg-config --variable=libdir vornlcapi)
 # shellcheck disable=SC2086
-"$cxx" -std=c++11 "$consumer/main.cc" -o "$work/consumer-pkg-config" $flags -Wl,-rpath,"$(dirname "$libdir")"
+"$cxx" -std=c++11 "$consumer/main.cc" -o "$work/consumer-pkg-config" $flags -Wl,-rpath,"$rpath"
 "${emulator[@]}" "$work/consumer-pkg-config"
 
 toolchain_arg=()
