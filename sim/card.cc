@@ -24,7 +24,28 @@ void reset()
     host().model.reset();
     host().lag_ids.clear();
     host().faults.clear();
+    host().refusals = 0;
+    host().last_refusal = Refusal();
+    host().reasons.clear();
     lag_list.clear();
+}
+
+void record_refusal(int slot, const std::string& operation, const std::string& reason)
+{
+    Host& h = host();
+    ++h.refusals;
+    h.last_refusal = Refusal{slot, operation, reason};
+    if (slot >= 0) h.reasons[slot] = reason;
+}
+
+unsigned long refusal_count() { return host().refusals; }
+
+const Refusal& last_refusal() { return host().last_refusal; }
+
+std::string last_reason(int slot)
+{
+    auto found = host().reasons.find(slot);
+    return found == host().reasons.end() ? std::string() : found->second;
 }
 
 bool fault_fires(int slot, const Mp* port)
@@ -85,6 +106,37 @@ bool vlan_interface(const Usp& port)
 
 void append(std::list<Mp>& to, const std::vector<Mp>& from) { to.insert(to.end(), from.begin(), from.end()); }
 
+// Records why host-side `action` refuses and returns false.
+template <class... Parts>
+bool refuse(const char* action, const Parts&... parts)
+{
+    record_refusal(-1, action, vorn_format::phrase(parts...));
+    return false;
+}
+
+// Why `port` has no hardware port of its own.
+std::string not_physical(const Usp& port)
+{
+    if (lag_interface(port)) return vorn_format::phrase(port, " is a LAG interface, not a physical port");
+    if (vlan_interface(port)) return vorn_format::phrase(port, " is a VLAN interface, not a physical port");
+    return vorn_format::phrase("unknown port ", port);
+}
+
+// The hardware port of physical port `port`, or a refusal of `action`.
+bool mapped(const char* action, const Usp& port, Mp& mp)
+{
+    return physical_mp(port, mp) || refuse(action, not_physical(port));
+}
+
+// The card's model, or a refusal of `action` while there is none.
+SwitchModel* card(const char* action)
+{
+    if (!host().model) refuse(action, "the line card is not up (the library is not initialised)");
+    return host().model.get();
+}
+
+const char* const port_mapping = "port mapping";
+
 }  // namespace
 
 void advance_clock(unsigned int seconds)
@@ -94,14 +146,16 @@ void advance_clock(unsigned int seconds)
 
 bool set_cable(const Usp& port, bool plugged)
 {
+    SwitchModel* model = card("set_cable");
     Mp mp;
-    return host().model && physical_mp(port, mp) && host().model->cable(mp, port, plugged);
+    return model && mapped("set_cable", port, mp) && model->cable(mp, port, plugged);
 }
 
 bool receive_frame(const Usp& port, unsigned int vlan, const std::vector<unsigned char>& frame)
 {
+    SwitchModel* model = card("receive_frame");
     Mp mp;
-    return host().model && physical_mp(port, mp) && host().model->receive(mp, port, vlan, frame);
+    return model && mapped("receive_frame", port, mp) && model->receive(mp, port, vlan, frame);
 }
 
 bool lookup_route_ip4(unsigned int address, RouteMatch& match)
@@ -167,8 +221,12 @@ bool vornsdk_lag_id_to_lag_usp(unsigned int lag_id, Usp& lag)
 
 bool vornsdk_add_lag_mapping(const Usp& lag, unsigned int lag_id)
 {
+    const char* const action = "LAG mapping";
     Usp existing;
-    if (host().lag_ids.count(lag) || vornsdk_lag_id_to_lag_usp(lag_id, existing)) return false;
+    if (host().lag_ids.count(lag))
+        return vorn_sim::refuse(action, "LAG ", lag, " is already mapped to LAG id ", host().lag_ids[lag]);
+    if (vornsdk_lag_id_to_lag_usp(lag_id, existing))
+        return vorn_sim::refuse(action, "LAG id ", lag_id, " is already mapped to LAG ", existing);
     host().lag_ids[lag] = lag_id;
     return true;
 }
@@ -176,7 +234,8 @@ bool vornsdk_add_lag_mapping(const Usp& lag, unsigned int lag_id)
 bool vornsdk_delete_lag_mapping(const Usp& lag, unsigned int lag_id)
 {
     auto found = host().lag_ids.find(lag);
-    if (found == host().lag_ids.end() || found->second != lag_id) return false;
+    if (found == host().lag_ids.end() || found->second != lag_id)
+        return vorn_sim::refuse("LAG mapping", "LAG ", lag, " is not mapped to LAG id ", lag_id);
     host().lag_ids.erase(found);
     return true;
 }
@@ -185,7 +244,8 @@ bool vornsdk_delete_lag_mapping(const Usp& lag, unsigned int lag_id)
 bool vorn_init_line_card(int& out)
 {
     const vorn_sim::Config& c = host().config;
-    if (c.units == 0 || c.slots == 0 || c.ports_per_slot == 0) return false;
+    if (c.units == 0 || c.slots == 0 || c.ports_per_slot == 0)
+        return vorn_sim::refuse(vorn_sim::port_mapping, "the card is configured without ports");
     out = static_cast<int>(c.units * c.slots * c.ports_per_slot);
     return true;
 }
@@ -200,7 +260,7 @@ bool is_port_logical_lag(const Usp& port) { return vorn_sim::lag_interface(port)
 
 bool is_port_logical_vlan(const Usp& port) { return vorn_sim::vlan_interface(port); }
 
-bool vorn_usp_to_mp(const Usp& port, Mp& mp) { return vorn_sim::physical_mp(port, mp); }
+bool vorn_usp_to_mp(const Usp& port, Mp& mp) { return vorn_sim::mapped(vorn_sim::port_mapping, port, mp); }
 
 // A LAG's members are those of lag_list; an unmapped LAG has none.
 bool vorn_usp_to_mp_list(const Usp& port, std::list<Mp>& mps)
@@ -222,7 +282,7 @@ bool vorn_usp_to_mp_list(const Usp& port, std::list<Mp>& mps)
         vorn_sim::append(mps, vlan.untagged);
         return true;
     }
-    return false;
+    return vorn_sim::refuse(vorn_sim::port_mapping, "unknown port ", port);
 }
 
 bool vorn_usp_list_to_mp_list(const std::list<Usp>& ports, std::list<Mp>& mps)
@@ -232,13 +292,17 @@ bool vorn_usp_list_to_mp_list(const std::list<Usp>& ports, std::list<Mp>& mps)
     return true;
 }
 
-bool vorn_mp_to_usp(const Mp& mp, Usp& port) { return vorn_sim::physical_usp(mp, port); }
+bool vorn_mp_to_usp(const Mp& mp, Usp& port)
+{
+    return vorn_sim::physical_usp(mp, port) ||
+           vorn_sim::refuse(vorn_sim::port_mapping, "unknown hardware port ", vorn_format::text(mp));
+}
 
 bool vorn_mp_list_to_usp_list(const std::list<Mp>& mps, std::list<Usp>& ports)
 {
     for (const Mp& mp : mps) {
         Usp port;
-        if (!vorn_sim::physical_usp(mp, port)) return false;
+        if (!vorn_mp_to_usp(mp, port)) return false;
         ports.push_back(port);
     }
     return true;

@@ -1,5 +1,6 @@
 // Text forms of interface values for trace lines: a Usp as "1/1/3", an Mp
-// as "0:3", lists as "[0:1,0:2]", pointers as "ptr" or "null".
+// as "0:3", lists as "[0:1,0:2]", pointers as "ptr" or "null"; and the
+// phrases of refusal reasons.
 #ifndef VORN_SIM_FORMAT_HH
 #define VORN_SIM_FORMAT_HH
 
@@ -67,6 +68,26 @@ std::string texts(const First& first, const Rest&... rest)
     std::string out = text(first);
     using expand = int[];
     (void)expand{0, (out += ", " + text(rest), 0)...};
+    return out;
+}
+
+// A sentence built from parts: texts as they stand, numbers in decimal,
+// a Usp as "1/1/3".  phrase("VLAN ", 5, " does not exist").
+inline std::string piece(const char* s) { return s; }
+inline std::string piece(const std::string& s) { return s; }
+inline std::string piece(const Usp& u) { return text(u); }
+template <class T>
+typename std::enable_if<std::is_arithmetic<T>::value, std::string>::type piece(T value)
+{
+    return std::to_string(value);
+}
+
+template <class... Parts>
+std::string phrase(const Parts&... parts)
+{
+    std::string out;
+    using expand = int[];
+    (void)expand{0, (out += piece(parts), 0)...};
     return out;
 }
 

@@ -1,11 +1,13 @@
 // The reference host's process-wide state: the card's configuration, the
-// SDK object, the SDK-side LAG mapping, injected faults and the trace stream.
+// SDK object, the SDK-side LAG mapping, injected faults, the trace stream and
+// the refusals made so far.
 #ifndef VORN_SIM_HOST_HH
 #define VORN_SIM_HOST_HH
 
 #include <map>
 #include <memory>
 #include <ostream>
+#include <string>
 #include <vector>
 
 #include "model.hh"
@@ -27,12 +29,18 @@ struct Host {
     std::map<Usp, unsigned int> lag_ids;
     std::vector<Fault> faults;
     std::ostream* trace = nullptr;
+    unsigned long refusals = 0;
+    Refusal last_refusal;
+    std::map<int, std::string> reasons;  // by SDK slot
 };
 
 Host& host();
 
 // Whether SDK operation `slot` is to fail now (counts the call).
 bool fault_fires(int slot, const Mp* port);
+
+// Records why the host refused `operation` (slot -1 for host-side actions).
+void record_refusal(int slot, const std::string& operation, const std::string& reason);
 
 // Port-map helpers shared by the model and the host symbols.
 bool physical_mp(const Usp& port, Mp& mp);

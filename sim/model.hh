@@ -343,6 +343,24 @@ private:
     // one trace line when tracing is on.
     template <class Body, class... Args>
     bool op(int slot, const char* name, Body&& body, const Args&... args);
+    // Runs `body` as operation (slot, name): its refusals are recorded under
+    // that name, and a false that gave no reason of its own is still counted.
+    // Host-side actions (a cable, a received frame) run with slot -1.
+    template <class Body>
+    bool run(int slot, const char* name, Body&& body);
+    // Records why the running operation refuses and returns false:
+    // `return refuse("VLAN ", vlan, " does not exist");`.
+    template <class... Parts>
+    bool refuse(const Parts&... parts);
+    bool plug(const Mp& port, const Usp& usp, bool plugged);
+    bool take_in(const Mp& port, const Usp& usp, unsigned int vlan, const std::vector<unsigned char>& frame);
+
+    struct Running {
+        int slot = -1;
+        const char* name = "";
+        bool refused = false;
+    };
+    Running running_;
 
     PortState* port_or_null(const Mp& port);
     unsigned int index_of(const Mp& port) const;

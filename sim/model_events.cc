@@ -126,8 +126,13 @@ bool SwitchModel::send_packet_from_cpu(const Packet& packet)
 // --- Host side: cables and received frames.
 bool SwitchModel::cable(const Mp& port, const Usp& usp, bool plugged)
 {
+    return run(-1, "set_cable", [&] { return plug(port, usp, plugged); });
+}
+
+bool SwitchModel::plug(const Mp& port, const Usp& usp, bool plugged)
+{
     PortState* state = port_or_null(port);
-    if (!state) return false;
+    if (!state) return refuse("unknown port ", usp);
     const phy_state_t link = plugged ? PHY_STATE_UP : PHY_STATE_DOWN;
     if (state->link == link) return true;
     state->link = link;
@@ -146,8 +151,18 @@ bool SwitchModel::cable(const Mp& port, const Usp& usp, bool plugged)
 bool SwitchModel::receive(const Mp& port, const Usp& usp, unsigned int vlan,
                           const std::vector<unsigned char>& frame)
 {
+    return run(-1, "receive_frame", [&] { return take_in(port, usp, vlan, frame); });
+}
+
+bool SwitchModel::take_in(const Mp& port, const Usp& usp, unsigned int vlan,
+                          const std::vector<unsigned char>& frame)
+{
     PortState* state = port_or_null(port);
-    if (!state || frame.size() < 14 || !vlan_exists(vlan) || state->link != PHY_STATE_UP) return false;
+    if (!state) return refuse("unknown port ", usp);
+    if (frame.size() < 14)
+        return refuse("frame of ", frame.size(), " bytes is shorter than an Ethernet header (14)");
+    if (!vlan_exists(vlan)) return refuse("VLAN ", vlan, " does not exist");
+    if (state->link != PHY_STATE_UP) return refuse("port ", usp, " has no link");
     if (state->stats_enabled) {
         state->counters[STAT_IF_IN_OCTETS] += frame.size();
         ++state->counters[frame[0] & 1 ? STAT_IF_IN_MULTICAST_PKTS : STAT_IF_IN_UCAST_PKTS];

@@ -28,10 +28,32 @@ bool on_port(PortState* state, Change&& change)
     return state && change(*state);
 }
 
+template <class... Parts>
+bool SwitchModel::refuse(const Parts&... parts)
+{
+    running_.refused = true;
+    record_refusal(running_.slot, running_.name, vorn_format::phrase(parts...));
+    return false;
+}
+
+template <class Body>
+bool SwitchModel::run(int slot, const char* name, Body&& body)
+{
+    const Running outer = running_;
+    running_ = Running{slot, name, false};
+    const bool result = body();
+    if (!result && !running_.refused) record_refusal(slot, name, "refused");
+    running_ = outer;
+    return result;
+}
+
 template <class Body, class... Args>
 bool SwitchModel::op(int slot, const char* name, Body&& body, const Args&... args)
 {
-    const bool result = !fault_fires(slot, first_port(args...)) && body();
+    const Mp* port = first_port(args...);
+    const bool result = run(slot, name, [&] {
+        return fault_fires(slot, port) ? refuse("injected fault") : body();
+    });
     if (tracing_ && host().trace)
         *host().trace << "sdk " << slot << " " << name << "(" << vorn_format::texts(args...)
                       << ") -> " << (result ? "true" : "false") << "\n";

@@ -12,7 +12,7 @@
 //                   lowest free first from 0, so LAG interfaces created in port
 //                   order get id n - 1, as the FDB flush by LAG assumes
 //   VLAN interface  0/2/v for an existing VLAN v: its port number is its id
-//   flow port       n > 6 names physical port 1/1/(n - 7)
+//   flow port       n >= 8 names physical port 1/1/(n - 7); 7 names no port
 //
 // The model is single-threaded and deterministic: FDB aging runs on a clock
 // that the host advances; nothing sleeps and no thread is started.
@@ -52,8 +52,29 @@ const unsigned int vlan_interface_slot = 2;
 void configure(const Config& config);
 const Config& config();
 
-// Forgets everything: SDK object, LAG list and mapping, faults, clock.
+// Forgets everything: SDK object, LAG list and mapping, faults, clock,
+// refusals.
 void reset();
+
+// --- Why the host refused ---------------------------------------------------
+// `operation` is the SDK operation's name ("create_vlan", "add_ports_to_lag",
+// ...) or the host-side action ("set_cable", "receive_frame", "port mapping");
+// `slot` is the SDK slot, -1 for host-side refusals.  `reason` is one short
+// phrase naming the element in the user's numbering: "unknown port 1/1/49",
+// "VLAN 5 does not exist", "port 1/1/3 is already in LAG 0/1/1",
+// "MAC table full (32768 entries)", "injected fault".
+struct Refusal {
+    int slot = -1;
+    std::string operation;
+    std::string reason;
+};
+// How many refusals the host has made since it was reset; a caller compares
+// the count before and after a call to know whether the host refused.
+unsigned long refusal_count();
+// The most recent refusal (empty operation and reason if none yet).
+const Refusal& last_refusal();
+// The most recent refusal of SDK operation `slot` (empty reason if none).
+std::string last_reason(int slot);
 
 // --- Test hooks -----------------------------------------------------------
 // Makes SDK operation `slot` fail: on its nth call from now (1 = the next),

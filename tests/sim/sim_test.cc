@@ -264,4 +264,35 @@ TEST_F(Card, TraceWritesOneLinePerSdkOperation)
               "sdk 178 set_lcmgr_trace(\"trace_level_all\", false) -> true\n");
 }
 
+TEST_F(Card, RefusalsAreCountedPerOperationAndForgottenOnReset)
+{
+    EXPECT_EQ(vorn_sim::refusal_count(), 0u);
+    EXPECT_EQ(vorn_sim::last_refusal().operation, "");
+    vorn_sim::fail_slot(0);
+    EXPECT_FALSE(vorn_create_vlan(60));
+    EXPECT_EQ(vorn_sim::refusal_count(), 1u);
+    EXPECT_EQ(vorn_sim::last_refusal().slot, 0);
+    EXPECT_EQ(vorn_sim::last_refusal().operation, "create_vlan");
+    EXPECT_EQ(vorn_sim::last_refusal().reason, "injected fault");
+    EXPECT_EQ(vorn_sim::last_reason(0), "injected fault");
+
+    // A host-side refusal is the latest one, but the SDK slot keeps its own.
+    EXPECT_FALSE(vorn_sim::set_cable(Usp(1, 1, 49), false));
+    EXPECT_EQ(vorn_sim::refusal_count(), 2u);
+    EXPECT_EQ(vorn_sim::last_refusal().slot, -1);
+    EXPECT_EQ(vorn_sim::last_refusal().operation, "set_cable");
+    EXPECT_EQ(vorn_sim::last_refusal().reason, "unknown port 1/1/49");
+    EXPECT_EQ(vorn_sim::last_reason(0), "injected fault");
+    EXPECT_EQ(vorn_sim::last_reason(1), "");
+
+    vorn_sim::clear_faults();
+    EXPECT_TRUE(vorn_create_vlan(60));
+    EXPECT_EQ(vorn_sim::refusal_count(), 2u);  // nothing refused, nothing counted
+
+    vorn_sim::reset();
+    EXPECT_EQ(vorn_sim::refusal_count(), 0u);
+    EXPECT_EQ(vorn_sim::last_refusal().reason, "");
+    EXPECT_EQ(vorn_sim::last_reason(0), "");
+}
+
 }  // namespace
