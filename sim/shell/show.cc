@@ -1,10 +1,11 @@
 // The show views: tables of the switch model printed in aligned columns,
 // and the one port view that reads every getter through the library.
-#include <cstdio>
+#include <algorithm>
 #include <functional>
 #include <map>
 
 #include "model.hh"
+#include "running_config.hh"
 #include "shell.hh"
 #include "vorn_lag_list.hh"
 #include "vorn_port_mapping.hh"
@@ -58,9 +59,69 @@ std::string abilities_text(port_ability_type_t abilities)
 
 std::string port_of(const Mp& mp, bool trunk) { return port_text(model().usp_of(mp, trunk)); }
 
-// Applies `set` to every port of the list; false at the first refusal.
+std::list<Usp> usps(const std::vector<Mp>& mps)
+{
+    std::list<Usp> list;
+    for (const Mp& mp : mps) list.push_back(model().usp_of(mp, false));
+    return list;
+}
+
+// The model's state of a port the card has; bad input otherwise.
+const vorn_sim::PortState& existing_port(const Usp& port)
+{
+    Mp mp;
+    const vorn_sim::PortState* state =
+        vorn_usp_to_mp(port, mp) ? const_cast<vorn_sim::SwitchModel&>(model()).port_state(mp) : nullptr;
+    if (!state) throw BadWord("a port of the card", port_text(port));
+    return *state;
+}
+
+// Every physical port of the card, in order.
+std::list<Usp> card_ports()
+{
+    const vorn_sim::Config& config = vorn_sim::config();
+    std::list<Usp> ports;
+    for (unsigned int unit = 1; unit <= config.units; ++unit)
+        for (unsigned int slot = 1; slot <= config.slots; ++slot)
+            for (unsigned int n = 1; n <= config.ports_per_slot; ++n) ports.push_back(Usp(unit, slot, n));
+    return ports;
+}
+
+bool is_lag(const Usp& port) { return port.unit() == 0 && port.slot() == vorn_sim::lag_slot; }
+
+// The id of a LAG interface that exists; bad input otherwise.
+unsigned int existing_lag(const Usp& interface)
+{
+    unsigned int lag_id = 0;
+    if (!vorn_lag_usp_to_lag_id(interface, lag_id) || !model().lags().count(lag_id))
+        throw BadWord("a LAG interface that exists", port_text(interface));
+    return lag_id;
+}
+
+// The LAG interface a physical port belongs to, or "-".
+std::string lag_of(const Mp& mp)
+{
+    for (const auto& lag : model().lags())
+        for (const Mp& member : lag.second.members)
+            if (member == mp) return port_of(Mp(0, lag.first), true);
+    return "-";
+}
+
+template <class Map, class Text>
+std::string map_text(const Map& map, Text text)
+{
+    std::string result;
+    for (const auto& entry : map) result += (result.empty() ? "" : ",") + std::to_string(entry.first) + ":" + text(entry.second);
+    return result.empty() ? "-" : result;
+}
+
+// `show port PORT`: every getter of the port through the library, then what
+// only the model keeps per port (MSTP instances, mirroring, CoS map, LAG).
 bool show_port(const Usp& p, std::ostream& out)
 {
+    const vorn_sim::PortState& state = existing_port(p);
+    Mp mp;
+    vorn_usp_to_mp(p, mp);
     Table table({"setting", "value"});
     bool b = false, b2 = false;
     unsigned int u = 0;
@@ -103,50 +164,50 @@ bool show_port(const Usp& p, std::ostream& out)
     row("advertised", vorn_get_port_advertising_ability(p, ability), [&] { return abilities_text(ability); });
     row("peer", vorn_get_port_peer_ability(p, ability), [&] { return abilities_text(ability); });
     row("stats", vorn_get_port_stat_enabled(p, b), flag);
+    table.add({"mstp", map_text(state.mstp, [](mstp_state_t s) { return enum_text(s); })});
+    table.add({"mirror-to", state.mirror_type == MIRROR_TYPE_NONE
+                                ? "-"
+                                : port_of(state.mirror_target, false) + " " + enum_text(state.mirror_type)});
+    table.add({"cos", map_text(state.cos_map, [](unsigned int queue) { return std::to_string(queue); })});
+    table.add({"lag", lag_of(mp)});
     table.print(out);
     return true;
 }
 
-bool show_ports(std::ostream& out)
+bool show_ports(const std::list<Usp>& ports, std::ostream& out)
 {
-    const vorn_sim::Config& config = vorn_sim::config();
-    Table table({"port", "admin", "link", "speed", "duplex", "mtu", "pvid", "stp"});
-    for (unsigned int unit = 1; unit <= config.units; ++unit)
-        for (unsigned int slot = 1; slot <= config.slots; ++slot)
-            for (unsigned int n = 1; n <= config.ports_per_slot; ++n) {
-                const Usp usp(unit, slot, n);
-                Mp mp;
-                vorn_usp_to_mp(usp, mp);
-                const vorn_sim::PortState* s = const_cast<vorn_sim::SwitchModel&>(model()).port_state(mp);
-                table.add({port_text(usp), on_off(s->admin), enum_text(s->link), enum_text(s->speed),
-                           enum_text(s->duplex), std::to_string(s->mtu), std::to_string(s->pvid),
-                           enum_text(s->stp)});
-            }
+    Table table({"port", "admin", "link", "speed", "duplex", "mtu", "pvid", "stp", "lag"});
+    for (const Usp& usp : ports) {
+        const vorn_sim::PortState& s = existing_port(usp);
+        Mp mp;
+        vorn_usp_to_mp(usp, mp);
+        table.add({port_text(usp), on_off(s.admin), enum_text(s.link), enum_text(s.speed), enum_text(s.duplex),
+                   std::to_string(s.mtu), std::to_string(s.pvid), enum_text(s.stp), lag_of(mp)});
+    }
     table.print(out);
     return true;
 }
 
-std::list<Usp> usps(const std::vector<Mp>& mps)
+bool show_vlans(const std::vector<unsigned int>& only, std::ostream& out)
 {
-    std::list<Usp> list;
-    for (const Mp& mp : mps) list.push_back(model().usp_of(mp, false));
-    return list;
-}
-
-bool show_vlans(std::ostream& out)
-{
+    for (unsigned int vlan : only)
+        if (!model().vlan_exists(vlan)) throw BadWord("a VLAN that exists", std::to_string(vlan));
     Table table({"vlan", "tagged", "untagged"});
     for (const auto& vlan : model().vlans())
-        table.add({std::to_string(vlan.first), ports_text(usps(vlan.second.tagged)),
-                   ports_text(usps(vlan.second.untagged))});
+        if (only.empty() || std::find(only.begin(), only.end(), vlan.first) != only.end())
+            table.add({std::to_string(vlan.first), ports_text(usps(vlan.second.tagged)),
+                       ports_text(usps(vlan.second.untagged))});
     table.print(out);
     return true;
 }
 
-bool show_lags(std::ostream& out)
+bool show_lags(const std::list<Usp>& only, std::ostream& out)
 {
+    std::vector<unsigned int> ids;
+    for (const Usp& interface : only) ids.push_back(existing_lag(interface));
     Table table({"lag", "id", "members", "balancing", "in lag_list"});
     for (const auto& lag : model().lags()) {
+        if (!ids.empty() && std::find(ids.begin(), ids.end(), lag.first) == ids.end()) continue;
         Usp interface(0, 0, 0);
         vorn_lag_id_to_lag_usp(lag.first, interface);
         bool listed = false;
@@ -158,14 +219,40 @@ bool show_lags(std::ostream& out)
     return true;
 }
 
-bool show_fdb(std::ostream& out)
+// `show port 0/1/n`: the LAG, then its members.
+bool show_lag_port(const Usp& interface, std::ostream& out)
 {
+    show_lags({interface}, out);
+    const std::list<Usp> members = usps(model().lags().at(existing_lag(interface)).members);
+    if (!members.empty()) show_ports(members, out);
+    return true;
+}
+
+std::string fdb_port_text(const vorn_sim::FdbEntry& entry)
+{
+    return entry.port == Mp(0, 0) && !entry.trunk ? "cpu" : port_of(entry.port, entry.trunk);
+}
+
+// `show fdb [PORTS|VLANS]`: ports (a LAG interface names its trunk entries)
+// or VLANs.
+bool show_fdb(const Words& w, std::ostream& out)
+{
+    std::list<Usp> ports;
+    std::vector<unsigned int> vlans;
+    if (!w.empty() && w[0].find('/') != std::string::npos) ports = read_ports(w[0]);
+    else if (!w.empty()) vlans = read_vlans(w[0]);
+    for (const Usp& p : ports) is_lag(p) ? void(existing_lag(p)) : void(existing_port(p));
     Table table({"vlan", "mac", "port", "type"});
-    for (const auto& entry : model().fdb())
-        table.add({std::to_string(entry.first.vlan), mac_text(entry.first.mac.data()),
-                   entry.second.port == Mp(0, 0) && !entry.second.trunk ? "cpu"
-                                                                       : port_of(entry.second.port, entry.second.trunk),
+    for (const auto& entry : model().fdb()) {
+        const std::string port = fdb_port_text(entry.second);
+        const bool port_listed = std::find_if(ports.begin(), ports.end(), [&](const Usp& p) {
+                                     return port_text(p) == port;
+                                 }) != ports.end();
+        const bool vlan_listed = std::find(vlans.begin(), vlans.end(), entry.first.vlan) != vlans.end();
+        if (!w.empty() && !port_listed && !vlan_listed) continue;
+        table.add({std::to_string(entry.first.vlan), mac_text(entry.first.mac.data()), port,
                    entry.second.is_static ? "static" : "learned"});
+    }
     table.print(out);
     out << "aging " << model().aging_seconds() << " s\n";
     return true;
@@ -195,58 +282,37 @@ bool show_l3(std::ostream& out)
 bool show_routes(std::ostream& out)
 {
     Table table({"prefix", "port", "next hop", "interface"});
-    std::map<std::string, std::vector<std::string>> sorted;
-    for (std::size_t length = 0; length < model().routes4().size(); ++length)
-        for (const auto& r : model().routes4()[length]) {
-            char key[32];
-            std::snprintf(key, sizeof key, "4 %08x %02zu", r.first, length);
-            sorted[key] = {ipv4_text(r.first) + "/" + std::to_string(length), port_of(r.second.port, r.second.trunk),
-                           mac_text(r.second.mac.data()), std::to_string(r.second.interface_id)};
-        }
-    for (std::size_t length = 0; length < model().routes6().size(); ++length)
-        for (const auto& r : model().routes6()[length])
-            sorted["6 " + ipv6_text(r.first.address.data()) + std::to_string(length)] = {
-                ipv6_text(r.first.address.data()) + "/" + std::to_string(length),
-                port_of(r.second.port, r.second.trunk), mac_text(r.second.mac.data()),
-                std::to_string(r.second.interface_id)};
-    for (const auto& r : sorted) table.add(r.second);
+    for (const RouteRow& r : route_rows())
+        table.add({r.prefix, r.port, r.mac, std::to_string(r.interface_id)});
     table.print(out);
     return true;
 }
 
 bool show_flows(std::ostream& out)
 {
-    Table table({"flow", "priority", "in", "eth", "match", "actions", "packets"});
+    Table table({"flow", "priority", "match", "actions", "packets"});
     for (const auto& f : model().flows()) {
-        const of_flow_mp_s& m = f.second.match;
         std::string actions;
-        for (const auto& a : f.second.actions)
-            actions += (actions.empty() ? "" : ",") + enum_text(a.kind) +
-                       (a.kind == OF_ACTION_OUTPUT && a.param.word[0] > 6 ? ":" + port_of(a.port, false) : "");
-        char flags[16];
-        std::snprintf(flags, sizeof flags, "0x%03x", m.match.match_flags);
-        char eth[8];
-        std::snprintf(eth, sizeof eth, "0x%04x", m.match.eth_type);
-        table.add({std::to_string(f.first), std::to_string(f.second.priority),
-                   m.match.match_flags & OF_MATCH_IN_PORT ? port_of(m.in_port, false) : "*",
-                   m.match.match_flags & OF_MATCH_ETH_TYPE ? eth : "*", flags, actions.empty() ? "-" : actions,
-                   std::to_string(f.second.packets)});
+        for (const auto& a : f.second.actions) {
+            const FlowActionWords words = flow_action_words(a);
+            actions += (actions.empty() ? "" : ",") + words.kind + (words.param.empty() ? "" : ":" + words.param);
+        }
+        table.add({std::to_string(f.first), std::to_string(f.second.priority), flow_match_text(f.second.match),
+                   actions.empty() ? "-" : actions, std::to_string(f.second.packets)});
     }
     table.print(out);
     std::string filters;
-    for (const auto& a : model().arp_filters()) filters += " arp:" + ipv4_text(a.first);
-    for (unsigned int p : model().ip_protocol_filters()) filters += " ip-protocol:" + std::to_string(p);
-    for (unsigned int p : model().l4_port_filters()) filters += " l4-port:" + std::to_string(p);
+    for (const FilterWords& f : filter_words()) filters += " " + f.kind + ":" + f.value;
     out << "filters:" << (filters.empty() ? " none" : filters) << "\n";
     return true;
 }
 
 bool show_counters(const Words& w, std::ostream& out)
 {
-    const std::list<Usp> ports = w.empty() ? read_ports("1/1/1-" + std::to_string(vorn_sim::config().ports_per_slot))
-                                           : read_ports(w[0]);
+    const std::list<Usp> ports = w.empty() ? card_ports() : read_ports(w[0]);
     Table table({"port", "rx bytes", "rx packets", "tx bytes", "tx packets"});
     for (const Usp& p : ports) {
+        if (!w.empty()) existing_port(p);
         unsigned long long values[4] = {0, 0, 0, 0};
         const brief_stat_type_t kinds[4] = {BRIEF_STAT_RX_BYTES, BRIEF_STAT_RX_PACKETS, BRIEF_STAT_TX_BYTES,
                                             BRIEF_STAT_TX_PACKETS};
@@ -261,42 +327,70 @@ bool show_counters(const Words& w, std::ostream& out)
     return true;
 }
 
+bool show_sent(std::ostream& out)
+{
+    Table table({"#", "tagged", "untagged", "bytes"});
+    int n = 0;
+    for (const auto& packet : vorn_sim::sent_packets())
+        table.add({std::to_string(++n), ports_text(usps(packet.tagged)), ports_text(usps(packet.untagged)),
+                   hex_text(packet.data)});
+    table.print(out);
+    return true;
+}
+
+bool show_events(std::ostream& out)
+{
+    for (const std::string& event : delivered_events()) out << event << "\n";
+    return true;
+}
+
+// The views, each with the words after its name (an optional filter).
+struct View {
+    const char* name;
+    std::function<bool(const Words&, std::ostream&)> show;
+};
+
+const std::vector<View>& views()
+{
+    static const std::vector<View> list = {
+        {"port", [](const Words& w, std::ostream& out) {
+             need(w, 1);
+             const Usp port = read_port(w[0]);
+             return is_lag(port) ? show_lag_port(port, out) : show_port(port, out);
+         }},
+        {"ports", [](const Words& w, std::ostream& out) { return show_ports(w.empty() ? card_ports() : read_ports(w[0]), out); }},
+        {"vlan", [](const Words& w, std::ostream& out) { return show_vlans(w.empty() ? std::vector<unsigned int>() : read_vlans(w[0]), out); }},
+        {"lag", [](const Words& w, std::ostream& out) { return show_lags(w.empty() ? std::list<Usp>() : read_ports(w[0]), out); }},
+        {"fdb", show_fdb},
+        {"l3", [](const Words&, std::ostream& out) { return show_l3(out); }},
+        {"route", [](const Words&, std::ostream& out) { return show_routes(out); }},
+        {"flow", [](const Words&, std::ostream& out) { return show_flows(out); }},
+        {"counters", show_counters},
+        {"sent", [](const Words&, std::ostream& out) { return show_sent(out); }},
+        {"events", [](const Words&, std::ostream& out) { return show_events(out); }},
+        {"running-config", [](const Words&, std::ostream& out) { return print_running_config(out), true; }},
+        {"all", [](const Words&, std::ostream& out) {
+             for (const char* view : {"ports", "vlan", "lag", "fdb", "l3", "route", "flow", "counters", "sent", "events"}) {
+                 out << "--- " << view << "\n";
+                 show({view}, out);
+             }
+             return true;
+         }},
+    };
+    return list;
+}
+
 }  // namespace
 
 bool show(const Words& w, std::ostream& out)
 {
     need(w, 1);
-    const std::string& what = w[0];
-    if (what == "port") { need(w, 2); return show_port(read_port(w[1]), out); }
-    if (what == "ports") return show_ports(out);
-    if (what == "vlan") return show_vlans(out);
-    if (what == "lag") return show_lags(out);
-    if (what == "fdb") return show_fdb(out);
-    if (what == "l3") return show_l3(out);
-    if (what == "route") return show_routes(out);
-    if (what == "flow") return show_flows(out);
-    if (what == "counters") return show_counters(Words(w.begin() + 1, w.end()), out);
-    if (what == "events") {
-        for (const std::string& event : delivered_events()) out << event << "\n";
-        return true;
+    std::string names;
+    for (const View& view : views()) {
+        if (w[0] == view.name) return view.show(Words(w.begin() + 1, w.end()), out);
+        names += (names.empty() ? "" : ", ") + std::string(view.name);
     }
-    if (what == "sent") {
-        Table table({"#", "tagged", "untagged", "bytes"});
-        int n = 0;
-        for (const auto& packet : vorn_sim::sent_packets())
-            table.add({std::to_string(++n), ports_text(usps(packet.tagged)), ports_text(usps(packet.untagged)),
-                       hex_text(packet.data)});
-        table.print(out);
-        return true;
-    }
-    if (what == "all") {
-        for (const char* view : {"vlan", "lag", "fdb", "l3", "route", "flow", "counters", "sent", "events"}) {
-            out << "--- " << view << "\n";
-            show({view}, out);
-        }
-        return true;
-    }
-    throw BadWord("a view (port PORT, ports, vlan, lag, fdb, l3, route, flow, counters, events, sent, all)", what);
+    throw BadWord("a view (" + names + ")", w[0]);
 }
 
 }  // namespace vornsh
