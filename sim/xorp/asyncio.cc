@@ -5,14 +5,15 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <stdexcept>
+
+#include "standin_assert.hh"
 
 AsyncFileOperator::AsyncFileOperator(EventLoop& loop, XorpFd fd, int priority)
     : loop_(loop), fd_(fd), priority_(priority), running_(false), last_error_(0)
 {
     const int flags = ::fcntl(fd, F_GETFL);
-    if (flags < 0 || !(flags & O_NONBLOCK))
-        throw std::invalid_argument("asynchronous I/O needs a non-blocking descriptor");
+    vorn_standin::check(flags >= 0 && (flags & O_NONBLOCK), "AsyncFileOperator",
+                        "fl & O_NONBLOCK");
 }
 
 AsyncFileOperator::~AsyncFileOperator() {}
@@ -30,7 +31,7 @@ AsyncFileReader::~AsyncFileReader()
 
 void AsyncFileReader::add_buffer(uint8_t* buffer, size_t buffer_bytes, const Callback& cb)
 {
-    if (buffer_bytes == 0) throw std::invalid_argument("a buffer of no bytes");
+    vorn_standin::check(buffer_bytes != 0, "AsyncFileReader::add_buffer", "b_bytes != 0");
     buffers_.push_back(BufferEntry{buffer, buffer_bytes, 0, cb});
 }
 

@@ -4,7 +4,8 @@
 // current offset.  DATA reports (buffer, its size, bytes filled so far); a
 // buffer that fills is removed (the reader stops first if it was the last);
 // an empty datagram reports END_OF_FILE; a real error stops the reader and
-// reports OS_ERROR; EAGAIN and EINTR report nothing.
+// reports OS_ERROR; EAGAIN and EINTR report nothing.  A buffer of no bytes
+// aborts, as the real one asserts.
 #ifndef VORN_STANDIN_LIBXORP_ASYNCIO_HH
 #define VORN_STANDIN_LIBXORP_ASYNCIO_HH
 
@@ -32,7 +33,7 @@ public:
     virtual void stop() = 0;
 
 protected:
-    // Refuses (std::invalid_argument) a descriptor that is not non-blocking.
+    // Aborts unless the descriptor is non-blocking, as the real one asserts.
     AsyncFileOperator(EventLoop& loop, XorpFd fd, int priority);
 
     EventLoop& loop_;

@@ -1,7 +1,13 @@
-// Stand-in: the event loop.  run() is ONE iteration: wait for a descriptor
-// to become ready (at most wait_limit_ms, so a broken test fails instead of
-// hanging) and dispatch at most one (descriptor, event) callback, the lowest
-// priority number first, equal priorities taking turns.
+// Stand-in: the event loop, one per process (a second one aborts).
+//
+// run() is ONE iteration: if a timer is due, fire the due timers and only
+// look at the descriptors; otherwise wait until the next timer is due or a
+// descriptor becomes ready, with no timer for as long as it takes.  At most
+// one (descriptor, event) callback is dispatched, the lowest priority number
+// first, equal priorities taking turns.  Where the real loop would block for
+// ever (no timer, and no descriptor ready within wait_limit_ms or none
+// registered at all) the stand-in aborts, so a broken test fails instead of
+// hanging.
 #ifndef VORN_STANDIN_LIBXORP_EVENTLOOP_HH
 #define VORN_STANDIN_LIBXORP_EVENTLOOP_HH
 
@@ -11,6 +17,7 @@
 #include "libxorp/callback.hh"
 #include "libxorp/ioevents.hh"
 #include "libxorp/task.hh"
+#include "libxorp/timer.hh"
 #include "libxorp/xorpfd.hh"
 
 class EventLoop {
@@ -25,12 +32,23 @@ public:
                         int priority = XorpTask::PRIORITY_DEFAULT);
     bool remove_ioevent_cb(XorpFd fd, IoEventType type = IOT_ANY);
 
-    // How long run() waits for a descriptor at most (stand-in only).
-    static const int wait_limit_ms = 2000;
+    // Sets *flag_ptr to to_value once ms milliseconds have passed, in the
+    // first run() after that.
+    XorpTimer set_flag_after_ms(int ms, bool* flag_ptr, bool to_value = true);
+
+    // How long run() waits without a timer before it gives up (stand-in only).
+    static const int wait_limit_ms = 10000;
 
 private:
+    friend struct XorpTimerNode;
+
     EventLoop(const EventLoop&);
     EventLoop& operator=(const EventLoop&);
+
+    int next_timer_delay_ms() const;
+    void fire_due_timers();
+    void wait_and_dispatch(int timeout_ms);
+    void forget(XorpTimerNode* timer);
 
     struct Registration {
         int fd;
@@ -40,6 +58,7 @@ private:
         unsigned long last_served;
     };
     std::vector<Registration> registrations_;
+    std::vector<XorpTimerNode*> timers_;
     unsigned long dispatches_;
 };
 

@@ -218,25 +218,4 @@ TEST(VornSocketLifetime, DestroyingASocketReleasesItsDescriptor)
     EXPECT_EQ(open_descriptors(), before);  // buffers: see the sanitizer run
 }
 
-// The reader, as the socket relies on it.
-TEST(EventLoopReader, RefusesADescriptorThatIsStillBlocking)
-{
-    EventLoop loop;
-    int descriptor = ::socket(AF_INET, SOCK_DGRAM, 0);
-    EXPECT_THROW(AsyncFileReader(loop, descriptor), std::invalid_argument);
-    ASSERT_EQ(comm_sock_set_blocking(descriptor, COMM_SOCK_NONBLOCKING), XORP_OK);
-    EXPECT_NO_THROW(AsyncFileReader(loop, descriptor));
-    ::close(descriptor);
-}
-
-TEST(EventLoopReader, BufferSizesAnswerTheRequestOrMinusOneOnABadDescriptor)
-{
-    int descriptor = ::socket(AF_INET, SOCK_DGRAM, 0);
-    EXPECT_EQ(comm_sock_set_rcvbuf(descriptor, 262144, 49152), 262144);
-    EXPECT_EQ(comm_sock_set_sndbuf(descriptor, 262144, 49152), 262144);
-    ::close(descriptor);
-    EXPECT_EQ(comm_sock_set_rcvbuf(descriptor, 262144, 49152), -1);
-    EXPECT_EQ(comm_sock_set_blocking(descriptor, 0), XORP_ERROR);
-}
-
 }  // namespace
