@@ -1,6 +1,8 @@
 // The command of every API entry point, one line each.
 #include "api_commands.hh"
 
+#include <algorithm>
+
 namespace vornsh {
 
 namespace {
@@ -16,6 +18,34 @@ std::vector<std::string> split_words(const std::string& text, char separator)
 }
 
 }  // namespace
+
+namespace {
+
+bool is_ipv4(const std::string& name) { return name == "address" || name == "mask"; }
+
+}  // namespace
+
+std::string unsigned_text(unsigned int value, const std::string& name)
+{
+    if (is_ipv4(name)) return ipv4_text(value);
+    if (name == "mode") return forward_mode_text(value);
+    return std::to_string(value);
+}
+
+std::string Arg<unsigned int>::sample(const std::string& n)
+{
+    if (n == "address") return "10.0.0.1";
+    if (n == "mask") return "255.255.255.0";
+    if (n == "mode") return forward_mode_names().back();
+    return n.find("vlan") != std::string::npos ? "10" : "1";
+}
+
+void Arg<unsigned int>::read(const std::string& w, const std::string& name)
+{
+    if (is_ipv4(name)) value = read_ipv4(w);
+    else if (name == "mode") value = read_forward_mode(w);
+    else value = static_cast<unsigned int>(read_number(w, 0xffffffffu));
+}
 
 void Arg<of_action_param_s>::read(const std::string& w, const std::string&)
 {
@@ -302,6 +332,108 @@ std::vector<Command> api_commands()
         api_command("send_packet_by_port", vorn_send_packet_by_port, "tagged untagged packet"),
         api_command("send_packet_from_cpu", vorn_send_packet_from_cpu, "packet"),
     };
+}
+
+}  // namespace vornsh
+
+namespace vornsh {
+
+// --- Forms ------------------------------------------------------------------
+
+Form form(const std::string& pattern, std::function<bool(const Words&, std::ostream&)> run,
+          const Choices& choices)
+{
+    Form made;
+    made.run = std::move(run);
+    for (const std::string& word : detail::names_of(pattern)) {
+        const bool optional = word.front() == '[';
+        const bool value = optional || word.front() == '<';
+        std::string text = value ? word.substr(1, word.size() - 2) : word;
+        const bool rest = text.size() > 3 && text.compare(text.size() - 3, 3, "...") == 0;
+        if (rest) text.resize(text.size() - 3);
+        const auto found = choices.find(text);
+        made.words.push_back(FormWord{rest       ? FormWord::Rest
+                                      : optional ? FormWord::Optional
+                                      : value    ? FormWord::Value
+                                                 : FormWord::Literal,
+                                      text, found == choices.end() ? std::vector<std::string>() : found->second});
+    }
+    return made;
+}
+
+std::string Form::text() const
+{
+    std::string text;
+    for (const FormWord& word : words) {
+        text += text.empty() ? "" : " ";
+        switch (word.kind) {
+        case FormWord::Literal: text += word.text; break;
+        case FormWord::Value: text += "<" + word.text + ">"; break;
+        case FormWord::Optional: text += "[" + word.text + "]"; break;
+        case FormWord::Rest: text += "[" + word.text + "...]"; break;
+        }
+    }
+    return text;
+}
+
+std::string Command::usage() const
+{
+    std::string usage;
+    for (const Form& each : forms) {
+        const std::string text = each.text();
+        usage += (usage.empty() ? "" : " |") + (text.empty() ? "" : " " + text);
+    }
+    return usage;
+}
+
+namespace {
+
+// Whether `word` may stand at `position` of `form`.
+bool fits(const Form& form, std::size_t position, const std::string& word)
+{
+    if (position >= form.words.size()) return !form.words.empty() && form.words.back().kind == FormWord::Rest;
+    const FormWord& expected = form.words[position];
+    return expected.kind != FormWord::Literal || expected.text == word;
+}
+
+std::size_t required_words(const Form& form)
+{
+    std::size_t count = 0;
+    for (const FormWord& word : form.words) count += word.kind == FormWord::Literal || word.kind == FormWord::Value;
+    return count;
+}
+
+}  // namespace
+
+const Form& select_form(const Command& command, const Words& words)
+{
+    std::vector<const Form*> candidates;
+    for (const Form& each : command.forms) candidates.push_back(&each);
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        std::vector<const Form*> fitting;
+        for (const Form* each : candidates)
+            if (fits(*each, i, words[i])) fitting.push_back(each);
+        if (fitting.empty()) {
+            std::vector<std::string> literals;
+            for (const Form* each : candidates)
+                if (i < each->words.size() && each->words[i].kind == FormWord::Literal &&
+                    std::find(literals.begin(), literals.end(), each->words[i].text) == literals.end())
+                    literals.push_back(each->words[i].text);
+            if (literals.empty()) throw BadWord("extra argument '" + words[i] + "'");
+            throw BadWord(join(literals, "|"), words[i]);
+        }
+        candidates = fitting;
+    }
+    for (const Form* each : candidates)
+        if (required_words(*each) <= words.size()) return *each;
+    std::vector<std::string> missing;
+    for (const Form* each : candidates) {
+        if (words.size() >= each->words.size()) continue;
+        const FormWord& word = each->words[words.size()];
+        const std::string text = word.kind == FormWord::Literal ? word.text : "<" + word.text + ">";
+        if (std::find(missing.begin(), missing.end(), text) == missing.end()) missing.push_back(text);
+    }
+    throw std::out_of_range("missing " + (missing.empty() ? std::string("argument") : join(missing, "|")));
 }
 
 }  // namespace vornsh

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <functional>
 #include <list>
+#include <map>
 #include <ostream>
 #include <sstream>
 #include <string>
@@ -32,6 +33,7 @@ template <class T>
 struct InputArg {
     T value{};
     static int words(const std::string&) { return 1; }
+    static std::vector<std::string> choices(const std::string&) { return {}; }
     T& get() { return value; }
     void print(std::ostream&, const std::string&) const {}
 };
@@ -44,10 +46,14 @@ struct OutputArg {
     T& get() { return value; }
 };
 
+// Unsigned numbers read by name: an IPv4 "address" or "mask" as a dotted
+// quad, the forward "mode" by name, any other as a number.
+std::string unsigned_text(unsigned int value, const std::string& name);
 template <>
 struct Arg<unsigned int> : InputArg<unsigned int> {
-    static std::string sample(const std::string& n) { return n.find("vlan") != std::string::npos ? "10" : "1"; }
-    void read(const std::string& w, const std::string&) { value = static_cast<unsigned int>(read_number(w, 0xffffffffu)); }
+    static std::string sample(const std::string& n);
+    static std::vector<std::string> choices(const std::string& n) { return n == "mode" ? forward_mode_names() : std::vector<std::string>(); }
+    void read(const std::string& w, const std::string& name);
 };
 template <>
 struct Arg<unsigned short> : InputArg<unsigned short> {
@@ -62,6 +68,7 @@ struct Arg<int> : InputArg<int> {
 template <>
 struct Arg<bool> : InputArg<bool> {
     static std::string sample(const std::string&) { return "on"; }
+    static std::vector<std::string> choices(const std::string&) { return flag_names(); }
     void read(const std::string& w, const std::string&) { value = read_flag(w); }
 };
 template <>
@@ -82,6 +89,7 @@ struct Arg<const std::list<Usp>&> : InputArg<std::list<Usp>> {
 template <class E>
 struct Arg<E, typename std::enable_if<std::is_enum<E>::value>::type> : InputArg<E> {
     static std::string sample(const std::string&) { return EnumNames<E>::list().back().name; }
+    static std::vector<std::string> choices(const std::string&) { return enum_names<E>(); }
     void read(const std::string& w, const std::string&) { this->value = read_enum<E>(w); }
 };
 template <>
@@ -146,7 +154,18 @@ struct PrintedOutput : OutputArg<T> {
     void print(std::ostream& out, const std::string& name) const { out << " " << name << "=" << this->value; }
 };
 template <>
-struct Arg<unsigned int&> : PrintedOutput<unsigned int> {};
+struct Arg<unsigned int&> : OutputArg<unsigned int> {
+    void print(std::ostream& out, const std::string& name) const { out << " " << name << "=" << unsigned_text(value, name); }
+};
+template <>
+struct Arg<port_ability_type_t> : InputArg<port_ability_type_t> {
+    static std::string sample(const std::string&) { return "100fd,1000fd,autoneg"; }
+    void read(const std::string& w, const std::string&) { value = read_ability_list(w); }
+};
+template <>
+struct Arg<port_ability_type_t&> : OutputArg<port_ability_type_t> {
+    void print(std::ostream& out, const std::string& name) const { out << " " << name << "=" << ability_list_text(value); }
+};
 template <>
 struct Arg<int&> : PrintedOutput<int> {};
 template <>
@@ -206,20 +225,49 @@ struct Arg<void*> {
     Arg() {}
     static int words(const std::string& name) { return name == "callback" ? 1 : 0; }
     static std::string sample(const std::string&) { return "mac"; }
+    static std::vector<std::string> choices(const std::string&) { return recorder_names(); }
     void read(const std::string& w, const std::string& name);
     void* get() { return pointer; }
     void print(std::ostream& out, const std::string& name) const;
 };
 
+// One word of a command's form: a sub-command word typed as it stands, or a
+// value the command reads.  `choices` are the words a value takes when it
+// takes only some (on/off, the names of an enumeration), empty for free-form
+// words such as numbers and ports.
+struct FormWord {
+    enum Kind { Literal, Value, Optional, Rest };
+    Kind kind;
+    std::string text;  // the literal, or the value's name
+    std::vector<std::string> choices;
+};
+
+// The choices of values by their names in a pattern.
+typedef std::map<std::string, std::vector<std::string>> Choices;
+
+// One way to call a command, e.g. "add <lag> <ports>", "flush all [static]",
+// "<words...>".  `run` gets the words after the command's name and prints
+// what it has to say; it throws BadWord for input that does not read.
+struct Form {
+    std::vector<FormWord> words;
+    std::function<bool(const Words&, std::ostream&)> run;
+    std::string text() const;
+};
+Form form(const std::string& pattern, std::function<bool(const Words&, std::ostream&)> run,
+          const Choices& choices = Choices());
+
 struct Command {
     std::string name;
-    std::string usage;    // the words after the name
     std::string summary;
     std::string example;
-    // Runs with the words after the name; prints what it has to say.  Throws
-    // BadWord for input that does not read.
-    std::function<bool(const std::vector<std::string>&, std::ostream&)> run;
+    std::vector<Form> forms;
+    std::string usage() const;  // the forms after the name, " a | b"
 };
+
+// The form that `words` (after the command's name) select.  Throws BadWord
+// naming the first word that fits no form (a word past the end of every form
+// is an extra argument), std::out_of_range naming the first missing value.
+const Form& select_form(const Command& command, const Words& words);
 
 template <class A, class = void>
 struct has_sample : std::false_type {};
@@ -271,6 +319,21 @@ std::string sample_of(const std::string&, std::false_type)
     return "";
 }
 
+template <class A, class = void>
+struct has_choices : std::false_type {};
+template <class A>
+struct has_choices<A, decltype(void(A::choices(std::string())))> : std::true_type {};
+template <class A>
+std::vector<std::string> choices_of(const std::string& name, std::true_type)
+{
+    return A::choices(name);
+}
+template <class A>
+std::vector<std::string> choices_of(const std::string&, std::false_type)
+{
+    return {};
+}
+
 }  // namespace detail
 
 // The command of one API entry point: `names` names its parameters in order.
@@ -282,26 +345,25 @@ Command api_command(const std::string& name, bool (*entry)(Params...), const std
     command.name = name;
     const std::vector<std::string> parameter_names = detail::names_of(names);
     if (parameter_names.size() != sizeof...(Params)) throw std::logic_error(name + ": parameter names");
-    std::size_t inputs = 0;
+    Form only;
     {
         std::size_t i = 0;
         (void)std::initializer_list<int>{
             (Arg<Params>::words(parameter_names[i])
-                 ? (command.usage += " <" + parameter_names[i] + ">",
+                 ? (only.words.push_back(FormWord{
+                        FormWord::Value, parameter_names[i],
+                        detail::choices_of<Arg<Params>>(
+                            parameter_names[i], std::integral_constant<bool, detail::has_choices<Arg<Params>>::value>())}),
                     command.example += " " + detail::sample_of<Arg<Params>>(
                                                  parameter_names[i],
                                                  std::integral_constant<bool, has_sample<Arg<Params>>::value>()),
-                    ++inputs)
+                    0)
                  : 0,
              ++i, 0)...};
     }
     command.example = name + command.example;
     command.summary = summary.empty() ? "calls vorn_" + name : summary;
-    command.run = [entry, parameter_names, inputs, name](const std::vector<std::string>& words,
-                                                         std::ostream& out) {
-        if (words.size() != inputs)
-            throw BadWord("expected " + std::to_string(inputs) + " argument" + (inputs == 1 ? "" : "s") +
-                          ", got " + std::to_string(words.size()));
+    only.run = [entry, parameter_names, name](const Words& words, std::ostream& out) {
         std::tuple<Arg<Params>...> args;
         detail::read_all(args, parameter_names, words, std::index_sequence_for<Params...>());
         const bool ok = std::apply([&](auto&... arg) { return entry(arg.get()...); }, args);
@@ -310,6 +372,7 @@ Command api_command(const std::string& name, bool (*entry)(Params...), const std
         out << "\n";
         return ok;
     };
+    command.forms.push_back(only);
     return command;
 }
 

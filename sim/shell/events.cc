@@ -75,15 +75,37 @@ void record_rx_c(ctype_rx_packet_s* packet, void*)
                                  std::to_string(packet->length) + " bytes");
 }
 
+namespace {
+
+struct NamedRecorder {
+    const char* name;
+    void* recorder;
+};
+
+const std::vector<NamedRecorder>& named_recorders()
+{
+    static const std::vector<NamedRecorder> recorders = {
+        {"mac", reinterpret_cast<void*>(&record_mac)},   {"mac-c", reinterpret_cast<void*>(&record_mac_c)},
+        {"link", reinterpret_cast<void*>(&record_link)}, {"link-c", reinterpret_cast<void*>(&record_link_c)},
+        {"rx", reinterpret_cast<void*>(&record_rx)},     {"rx-c", reinterpret_cast<void*>(&record_rx_c)},
+    };
+    return recorders;
+}
+
+}  // namespace
+
+std::vector<std::string> recorder_names()
+{
+    std::vector<std::string> names;
+    for (const NamedRecorder& named : named_recorders()) names.push_back(named.name);
+    return names;
+}
+
 void* recorder_by_name(const std::string& word)
 {
-    if (word == "mac") return reinterpret_cast<void*>(&record_mac);
-    if (word == "mac-c") return reinterpret_cast<void*>(&record_mac_c);
-    if (word == "link") return reinterpret_cast<void*>(&record_link);
-    if (word == "link-c") return reinterpret_cast<void*>(&record_link_c);
-    if (word == "rx") return reinterpret_cast<void*>(&record_rx);
-    if (word == "rx-c") return reinterpret_cast<void*>(&record_rx_c);
-    throw BadWord("a callback (mac|mac-c|link|link-c|rx|rx-c)", word);
+    for (const NamedRecorder& named : named_recorders())
+        if (word == named.name) return named.recorder;
+    throw BadWord("a callback (" + join(recorder_names(), "|") + ")", word);
 }
 
 std::vector<MacRow>& walked_mac_table()

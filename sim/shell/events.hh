@@ -45,6 +45,7 @@ inline void (*recorder<void (*)(ctype_rx_packet_s*, void*)>())(ctype_rx_packet_s
 
 // By name, for deregistration: mac, mac-c, link, link-c, rx, rx-c.
 void* recorder_by_name(const std::string& word);
+std::vector<std::string> recorder_names();
 
 // The MAC table walk: collects each entry as a row.
 struct MacRow {

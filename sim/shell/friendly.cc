@@ -1,10 +1,14 @@
 // The friendly commands: ports, spanning tree, VLANs, LAGs, MAC table, L3,
 // flows and filters, statistics, CPU packets, callbacks, links and trace.
 // Every change goes through the library's API.
+#include <algorithm>
 #include <cstring>
+#include <map>
 #include <iomanip>
 #include <sstream>
 
+#include "model.hh"
+#include "port_settings.hh"
 #include "shell.hh"
 #include "vorn_sim.hh"
 
@@ -12,339 +16,540 @@ namespace vornsh {
 
 namespace {
 
-// Prints rows in aligned columns.
-template <class Set>
-bool each(const std::list<Usp>& ports, Set set)
+// --- All or nothing ---------------------------------------------------------
+// Runs `step` on each item in order.  At a refusal the items done are undone,
+// newest first, and Refused says why, where the list stopped and what was
+// undone (or could not be).
+template <class Item, class Step, class Undo, class Text>
+bool all_or_nothing(const std::vector<Item>& items, Step step, Undo undo, Text text)
 {
-    for (const Usp& port : ports)
-        if (!set(port)) return false;
+    std::vector<Item> done;
+    for (const Item& item : items) {
+        const unsigned long refusals = vorn_sim::refusal_count();
+        if (step(item)) {
+            done.push_back(item);
+            continue;
+        }
+        std::string message = refusal_text(refusals);
+        if (items.size() > 1) message += " (at " + text({item});
+        std::vector<Item> undone, kept;
+        for (auto it = done.rbegin(); it != done.rend(); ++it) (undo(*it) ? undone : kept).push_back(*it);
+        std::reverse(undone.begin(), undone.end());
+        std::reverse(kept.begin(), kept.end());
+        if (!undone.empty()) message += "; undone on " + text(undone);
+        if (!kept.empty()) message += "; could not undo on " + text(kept);
+        if (items.size() > 1) message += ")";
+        throw Refused(message);
+    }
     return true;
 }
 
-// `port PORTS SETTING VALUE...`
-bool port_setting(const Words& w, std::ostream&)
+std::string ports_of(const std::vector<Usp>& ports) { return ports_text(std::list<Usp>(ports.begin(), ports.end())); }
+
+std::vector<Usp> port_list(const std::string& word)
 {
-    need(w, 3);
-    const std::list<Usp> ports = read_ports(w[0]);
-    const std::string& setting = w[1];
-    const std::string& v = w[2];
-    if (setting == "pvid") return vorn_set_ports_pvid(ports, static_cast<unsigned int>(read_number(v, 4095)));
-    if (setting == "admin") return vorn_set_ports_state(ports, read_flag(v));
-    if (setting == "mtu") return vorn_set_ports_mtu(ports, static_cast<unsigned int>(read_number(v, 65535)));
-    if (setting == "stp") return vorn_set_ports_stp_state(ports, read_enum<stp_state_t>(v));
-    if (setting == "mstp") {
-        need(w, 4);
-        return vorn_set_ports_mstp_state(ports, read_enum<mstp_state_t>(w[3]),
-                                         static_cast<unsigned int>(read_number(v, 4094)));
-    }
-    if (setting == "speed") { const auto s = read_enum<speed_type_t>(v); return each(ports, [&](const Usp& p) { return vorn_set_port_speed(p, s); }); }
-    if (setting == "duplex") { const auto d = read_enum<duplex_type_t>(v); return each(ports, [&](const Usp& p) { return vorn_set_port_duplex(p, d); }); }
-    if (setting == "autoneg") { const bool on = read_flag(v); return each(ports, [&](const Usp& p) { return vorn_set_port_autoneg(p, on); }); }
-    if (setting == "link") { const auto s = read_enum<phy_state_t>(v); return each(ports, [&](const Usp& p) { return vorn_set_port_link_state(p, s); }); }
-    if (setting == "flow-control") {
-        need(w, 4);
-        const bool receive = read_flag(v), transmit = read_flag(w[3]);
-        return each(ports, [&](const Usp& p) { return vorn_set_port_flow_control_8023x(p, receive, transmit); });
-    }
-    if (setting == "jamming") { const bool on = read_flag(v); return each(ports, [&](const Usp& p) { return vorn_set_port_jaming_control(p, on); }); }
-    if (setting == "broadcast" || setting == "multicast" || setting == "unicast") {
-        const unsigned int rate = static_cast<unsigned int>(read_number(v, 0xffffffffu));
-        auto set = setting == "broadcast" ? vorn_set_port_broadcast_control
-                   : setting == "multicast" ? vorn_set_port_multicast_control : vorn_set_port_unicast_control;
-        return each(ports, [&](const Usp& p) { return set(p, rate); });
-    }
-    if (setting == "mac-lock") { const bool on = read_flag(v); return each(ports, [&](const Usp& p) { return vorn_set_port_mac_lock(p, on); }); }
-    if (setting == "mac-limit") { const int n = static_cast<int>(read_signed(v, 0, 1 << 24)); return each(ports, [&](const Usp& p) { return vorn_set_port_mac_limit(p, n); }); }
-    if (setting == "tagged-only") { const bool on = read_flag(v); return each(ports, [&](const Usp& p) { return vorn_set_port_vlan_accept_frame(p, on); }); }
-    if (setting == "bpdu") { const bool on = read_flag(v); return each(ports, [&](const Usp& p) { return vorn_set_port_bpdu_processing(p, on); }); }
-    if (setting == "ingress-discard") { const auto d = read_enum<ingress_discard_type_t>(v); return each(ports, [&](const Usp& p) { return vorn_set_port_ingress_discarding(p, d); }); }
-    if (setting == "egress") { const bool on = read_flag(v); return each(ports, [&](const Usp& p) { return vorn_set_port_egress_admin_state(p, on); }); }
-    if (setting == "l2") { const bool on = read_flag(v); return each(ports, [&](const Usp& p) { return vorn_set_port_l2_enable(p, on); }); }
-    if (setting == "unknown-unicast-to-cpu") { const bool on = read_flag(v); return each(ports, [&](const Usp& p) { return vorn_set_port_switch_unknown_unicast_to_cpu(p, on); }); }
-    if (setting == "stats") { const bool on = read_flag(v); return each(ports, [&](const Usp& p) { return vorn_set_port_stat_enable(p, on); }); }
-    if (setting == "advertise") { const auto a = read_enum<port_ability_type_t>(v); return each(ports, [&](const Usp& p) { return vorn_set_port_advertising_ability(p, a); }); }
-    if (setting == "flood-cpu") return vorn_set_port_flood_blocking_cpu(ports, read_enum<flood_block_type_t>(v));
-    if (setting == "flood-to") { need(w, 4); return vorn_set_port_flood_blocking(ports, read_port(v), read_enum<flood_block_type_t>(w[3])); }
-    if (setting == "mirror-to") { need(w, 4); const Usp target = read_port(v); const auto type = read_enum<mirror_type_t>(w[3]); return each(ports, [&](const Usp& p) { return vorn_set_port_mirror(target, p, type); }); }
-    if (setting == "priority" || setting == "cos") {
-        need(w, 4);
-        const unsigned int key = static_cast<unsigned int>(read_number(v, 7));
-        const unsigned int value = static_cast<unsigned int>(read_number(w[3], 7));
-        auto set = setting == "priority" ? vorn_set_port_vlan_priority : vorn_set_port_cos_mapping;
-        return each(ports, [&](const Usp& p) { return set(p, key, value); });
-    }
-    if (setting == "protocol-vlan") {
-        need(w, 5);
-        const auto frame = read_enum<frame_type_t>(v);
-        const unsigned short protocol = static_cast<unsigned short>(read_number(w[3], 0xffff));
-        const unsigned int vlan = static_cast<unsigned int>(read_number(w[4], 4095));
-        return each(ports, [&](const Usp& p) { return vorn_set_port_protocol_vlan(p, frame, protocol, vlan); });
-    }
-    throw BadWord("a port setting (pvid admin mtu stp mstp speed duplex autoneg link flow-control jamming "
-                  "broadcast multicast unicast mac-lock mac-limit tagged-only bpdu ingress-discard egress l2 "
-                  "unknown-unicast-to-cpu stats advertise flood-cpu flood-to mirror-to priority cos "
-                  "protocol-vlan)",
-                  setting);
+    const std::list<Usp> ports = read_ports(word);
+    return std::vector<Usp>(ports.begin(), ports.end());
 }
 
-// `show port PORT`: every getter of the port, through the library.
-bool vlan(const Words& w, std::ostream&)
+std::string vlans_text(const std::vector<unsigned int>& vlans)
 {
-    need(w, 2);
-    const std::string& action = w[0];
-    if (action == "create" || action == "delete") {
-        bool ok = true;
-        for (unsigned int v : read_vlans(w[1])) ok = ok && (action == "create" ? vorn_create_vlan(v) : vorn_delete_vlan(v));
-        return ok;
+    std::string text;
+    for (std::size_t i = 0; i < vlans.size();) {
+        std::size_t last = i;
+        while (last + 1 < vlans.size() && vlans[last + 1] == vlans[last] + 1) ++last;
+        text += (text.empty() ? "" : ",") + std::to_string(vlans[i]) + (last > i ? "-" + std::to_string(vlans[last]) : "");
+        i = last + 1;
     }
-    const unsigned int v = static_cast<unsigned int>(read_number(w[1], 0xffffffffu));
-    if (action == "add") {
-        need(w, 4);
-        return vorn_add_ports_to_vlan(v, read_ports(w[2]), read_ports(w[3]));
-    }
-    if (action == "remove") { need(w, 3); return vorn_delete_ports_from_vlan(v, read_ports(w[2])); }
-    if (action == "mac") { need(w, 4); const auto mac = read_mac(w[2]); return vorn_set_mac_vlan(mac.data(), v, static_cast<unsigned int>(read_number(w[3], 7))); }
-    throw BadWord("create, delete, add, remove or mac", action);
+    return "VLAN " + text;
 }
 
-bool lag(const Words& w, std::ostream&)
+// --- port -------------------------------------------------------------------
+
+// Sets one setting on every port of the list; the old values are read first
+// and put back if a port refuses.
+bool set_port_setting(const PortSetting& setting, const Words& w)
 {
-    need(w, 2);
-    const std::string& action = w[0];
+    const std::vector<Usp> ports = port_list(w[0]);
+    const Words values(w.begin() + 2, w.end());
+    const Words keys(values.begin(), values.begin() + static_cast<long>(setting.keys));
+    std::map<std::string, Words> old;
+    if (setting.get)
+        for (const Usp& p : ports) {
+            Words current;
+            if (setting.get(p, keys, current)) old[port_text(p)] = current;
+        }
+    return all_or_nothing(
+        ports, [&](const Usp& p) { return setting.set(p, values); },
+        [&](const Usp& p) {
+            const auto found = old.find(port_text(p));
+            return found != old.end() && setting.set(p, found->second);
+        },
+        ports_of);
+}
+
+std::vector<Form> port_forms()
+{
+    std::vector<Form> forms;
+    for (const PortSetting& setting : port_settings())
+        forms.push_back(form("<ports> " + setting.name + " " + setting.values,
+                             [&setting](const Words& w, std::ostream&) { return set_port_setting(setting, w); },
+                             setting.choices));
+    return forms;
+}
+
+// --- vlan -------------------------------------------------------------------
+
+struct VlanMembers {
+    std::list<Usp> tagged, untagged;
+};
+
+bool vlan_create(const Words& w, std::ostream&)
+{
+    return all_or_nothing(read_vlans(w[1]), vorn_create_vlan, vorn_delete_vlan, vlans_text);
+}
+
+// Deleting puts a refused range back as it was: each VLAN with its members.
+bool vlan_delete(const Words& w, std::ostream&)
+{
+    const std::vector<unsigned int> vlans = read_vlans(w[1]);
+    std::map<unsigned int, VlanMembers> members;
+    for (unsigned int v : vlans) vorn_get_vlan_info(v, members[v].tagged, members[v].untagged);
+    return all_or_nothing(
+        vlans, vorn_delete_vlan,
+        [&](unsigned int v) {
+            const VlanMembers& was = members[v];
+            return vorn_create_vlan(v) &&
+                   (was.tagged.empty() && was.untagged.empty() ? true
+                                                               : vorn_add_ports_to_vlan(v, was.tagged, was.untagged));
+        },
+        vlans_text);
+}
+
+unsigned int vlan_id(const std::string& word) { return static_cast<unsigned int>(read_number(word, 4095)); }
+
+std::vector<Form> vlan_forms()
+{
+    return {
+        form("create <vlans>", vlan_create),
+        form("delete <vlans>", vlan_delete),
+        form("add <vlan> <tagged> <untagged>",
+             [](const Words& w, std::ostream&) { return vorn_add_ports_to_vlan(vlan_id(w[1]), read_ports(w[2]), read_ports(w[3])); }),
+        form("remove <vlan> <ports>",
+             [](const Words& w, std::ostream&) { return vorn_delete_ports_from_vlan(vlan_id(w[1]), read_ports(w[2])); }),
+        form("mac <vlan> <mac> <priority>",
+             [](const Words& w, std::ostream&) {
+                 const auto mac = read_mac(w[2]);
+                 return vorn_set_mac_vlan(mac.data(), vlan_id(w[1]), static_cast<unsigned int>(read_number(w[3], 7)));
+             }),
+    };
+}
+
+// --- lag --------------------------------------------------------------------
+
+// The members of a LAG interface, or false when it does not exist.
+bool lag_members(const Usp& interface, std::list<Usp>& members)
+{
+    unsigned int id = 0;
+    const vorn_sim::SwitchModel* model = vorn_sim::model();
+    if (!model || !vorn_lag_usp_to_lag_id(interface, id) || !model->lags().count(id)) return false;
+    members.clear();
+    for (const Mp& mp : model->lags().at(id).members) members.push_back(model->usp_of(mp, false));
+    return true;
+}
+
+// Adding ports: a refusal takes back what the call did, the LAG itself
+// included when the call created it.
+bool lag_add(const Words& w, std::ostream&)
+{
     const Usp interface = read_port(w[1]);
-    if (action == "create") return vorn_create_lag(interface);
-    if (action == "delete") return vorn_delete_lag(interface);
-    need(w, 3);
-    if (action == "add") return vorn_add_ports_to_lag(interface, read_ports(w[2]));
-    if (action == "remove") return vorn_delete_ports_from_lag(interface, read_ports(w[2]));
-    if (action == "balance") return vorn_set_lag_balancing_strategy(interface, read_enum<lag_psc_t>(w[2]));
-    throw BadWord("create, delete, add, remove or balance", action);
+    const std::list<Usp> ports = read_ports(w[2]);
+    std::list<Usp> before;
+    const bool existed = lag_members(interface, before);
+    const unsigned long refusals = vorn_sim::refusal_count();
+    if (vorn_add_ports_to_lag(interface, ports)) return true;
+    std::string message = refusal_text(refusals);
+    std::list<Usp> after;
+    if (lag_members(interface, after)) {
+        std::list<Usp> added;
+        for (const Usp& p : after)
+            if (std::find(before.begin(), before.end(), p) == before.end()) added.push_back(p);
+        if (!existed) message += vorn_delete_lag(interface) ? "; undone: LAG " + port_text(interface) + " deleted"
+                                                            : "; could not delete LAG " + port_text(interface);
+        else if (!added.empty())
+            message += vorn_delete_ports_from_lag(interface, added) ? "; undone on " + ports_text(added)
+                                                                   : "; could not undo on " + ports_text(added);
+    }
+    throw Refused(message);
 }
 
-bool mac(const Words& w, std::ostream&)
+std::vector<Form> lag_forms()
 {
-    need(w, 1);
-    const std::string& action = w[0];
-    if (action == "add") { need(w, 4); const auto m = read_mac(w[2]); return vorn_add_mac_to_port(read_port(w[1]), m.data(), static_cast<unsigned int>(read_number(w[3], 4095))); }
-    if (action == "system") { need(w, 3); const auto m = read_mac(w[1]); return vorn_add_system_mac(m.data(), static_cast<unsigned int>(read_number(w[2], 4095))); }
-    if (action == "delete") { need(w, 3); const auto m = read_mac(w[1]); return vorn_delete_mac(static_cast<unsigned int>(read_number(w[2], 4095)), m.data()); }
-    if (action == "aging") { need(w, 2); return vorn_set_fdb_aging_time(static_cast<int>(read_signed(w[1], -1000000, 1000000))); }
-    if (action == "limit") { need(w, 2); return vorn_set_system_mac_limit(static_cast<int>(read_signed(w[1], -1, 1 << 24))); }
-    if (action == "flush") {
-        need(w, 2);
-        const bool static_too = w.back() == "static";
-        if (w[1] == "all") return vorn_clear_fdb_table(static_too);
-        need(w, 3);
-        if (w[1] == "vlan") return vorn_clear_fdb_by_vlan(static_cast<unsigned int>(read_number(w[2], 4095)), static_too);
-        if (w[1] == "port") return vorn_clear_fdb_by_port(read_port(w[2]), static_too);
-        throw BadWord("all, vlan V or port PORT", w[1]);
-    }
-    throw BadWord("add, system, delete, aging, limit or flush", action);
+    return {
+        form("create <lag>", [](const Words& w, std::ostream&) { return vorn_create_lag(read_port(w[1])); }),
+        form("delete <lag>", [](const Words& w, std::ostream&) { return vorn_delete_lag(read_port(w[1])); }),
+        form("add <lag> <ports>", lag_add),
+        form("remove <lag> <ports>",
+             [](const Words& w, std::ostream&) { return vorn_delete_ports_from_lag(read_port(w[1]), read_ports(w[2])); }),
+        form("balance <lag> <strategy>",
+             [](const Words& w, std::ostream&) {
+                 return vorn_set_lag_balancing_strategy(read_port(w[1]), read_enum<lag_psc_t>(w[2]));
+             },
+             {{"strategy", enum_names<lag_psc_t>()}}),
+    };
 }
 
-bool l3(const Words& w, std::ostream& out)
+// --- mac --------------------------------------------------------------------
+
+bool static_too(const Words& w, std::size_t at)
 {
-    need(w, 2);
-    const std::string& what = w[0];
-    const std::string& action = w[1];
-    if (what == "interface" && action == "create") {
-        need(w, 4);
-        const auto m = read_mac(w[2]);
-        unsigned int id = 0;
-        if (!vorn_create_l3_interface(m.data(), static_cast<unsigned int>(read_number(w[3], 4095)), id)) return false;
-        out << "interface " << id << "\n";
-        return true;
-    }
-    if (what == "interface" && action == "delete") { need(w, 3); return vorn_delete_l3_interface_by_id(static_cast<unsigned int>(read_number(w[2], 0xffffffffu))); }
-    if (what == "host" && action == "add") {
-        need(w, 6);
-        const Usp p = read_port(w[3]);
-        const auto m = read_mac(w[4]);
-        const unsigned int id = static_cast<unsigned int>(read_number(w[5], 0xffffffffu));
-        if (w[2].find(':') != std::string::npos) return vorn_add_l3_host_ip6(p, read_ipv6(w[2]).data(), m.data(), id);
-        return vorn_add_l3_host_ip4(p, read_ipv4(w[2]), m.data(), id);
-    }
-    if (what == "host" && action == "delete") {
-        need(w, 4);
-        if (w[2].find(':') != std::string::npos) return vorn_delete_l3_host_by_addr_ip6(read_ipv6(w[2]).data(), read_port(w[3]));
-        return vorn_delete_l3_host_by_addr_ip4(read_ipv4(w[2]), read_port(w[3]));
-    }
-    if (what == "route" && (action == "add" || action == "delete")) {
-        need(w, action == "add" ? 6 : 4);
-        const Usp p = read_port(w[3]);
-        if (w[2].find(':') != std::string::npos) {
-            std::array<unsigned char, 16> address, mask;
-            read_ipv6_prefix(w[2], address, mask);
-            if (action == "delete") return vorn_delete_l3_route_by_subnet_ip6(address.data(), mask.data(), p);
-            const auto m = read_mac(w[4]);
-            return vorn_add_l3_route_ip6(p, address.data(), mask.data(), m.data(),
-                                         static_cast<unsigned int>(read_number(w[5], 0xffffffffu)));
-        }
-        unsigned int address = 0, mask = 0;
-        read_ipv4_prefix(w[2], address, mask);
-        if (action == "delete") return vorn_delete_l3_route_by_subnet_ip4(address, mask, p);
-        const auto m = read_mac(w[4]);
-        const unsigned int vlan = w.size() > 6 ? static_cast<unsigned int>(read_number(w[6], 4095)) : 0;
-        return vorn_add_l3_route_ip4(p, address, mask, m.data(), static_cast<unsigned int>(read_number(w[5], 0xffffffffu)), vlan);
-    }
-    if (what == "route" && action == "lookup") {
-        need(w, 3);
-        vorn_sim::RouteMatch match;
-        const bool found = w[2].find(':') != std::string::npos ? vorn_sim::lookup_route_ip6(read_ipv6(w[2]).data(), match)
-                                                               : vorn_sim::lookup_route_ip4(read_ipv4(w[2]), match);
-        if (found) out << w[2] << " via " << port_text(match.port) << " (/" << match.prefix_length << ")\n";
-        else out << w[2] << ": no route\n";
-        return true;
-    }
-    throw BadWord("interface create|delete, host add|delete, route add|delete|lookup", what + " " + action);
+    if (w.size() <= at) return false;
+    if (w[at] != "static") throw BadWord("static", w[at]);
+    return true;
 }
 
-bool flow(const Words& w, std::ostream& out)
+std::vector<Form> mac_forms()
 {
-    need(w, 2);
-    const std::string& action = w[0];
-    if (action == "add") {
-        Arg<const of_flow_s&> match;
-        match.read(w[1], "flow");
-        unsigned int id = 0;
-        of_flow_qualify_udf_s udf = {{0, 0, 0, 0}};
-        if (!vorn_add_of_flow(match.value, id, udf)) return false;
-        out << "flow " << id << "\n";
-        if (w.size() > 2) return vorn_set_of_flow_priority(id, static_cast<int>(read_signed(w[2], 0, 65535)));
-        return true;
-    }
-    const unsigned int id = static_cast<unsigned int>(read_number(w[1], 0xffffffffu));
-    if (action == "delete") return vorn_delete_of_flow(id);
-    if (action == "action") {
-        need(w, 3);
-        const of_action_t kind = read_enum<of_action_t>(w[2]);
-        of_action_param_s param = {{0, 0, 0}};
-        if (w.size() > 3) {
-            if (w[3].find('/') != std::string::npos) param.word[0] = static_cast<int>(read_port(w[3]).port() + 7);
-            else param.word[0] = static_cast<int>(read_signed(w[3], -2147483647 - 1, 2147483647));
-        }
-        return vorn_add_of_flow_action(id, kind, param);
-    }
-    throw BadWord("add, delete or action", action);
+    const Choices statics{{"static", {"static"}}};
+    return {
+        form("add <port> <mac> <vlan>",
+             [](const Words& w, std::ostream&) {
+                 const auto m = read_mac(w[2]);
+                 return vorn_add_mac_to_port(read_port(w[1]), m.data(), vlan_id(w[3]));
+             }),
+        form("system <mac> <vlan>",
+             [](const Words& w, std::ostream&) {
+                 const auto m = read_mac(w[1]);
+                 return vorn_add_system_mac(m.data(), vlan_id(w[2]));
+             }),
+        form("delete <mac> <vlan>",
+             [](const Words& w, std::ostream&) {
+                 const auto m = read_mac(w[1]);
+                 return vorn_delete_mac(vlan_id(w[2]), m.data());
+             }),
+        form("aging <seconds>",
+             [](const Words& w, std::ostream&) {
+                 return vorn_set_fdb_aging_time(static_cast<int>(read_signed(w[1], -1000000, 1000000)));
+             }),
+        form("limit <entries>",
+             [](const Words& w, std::ostream&) {
+                 return vorn_set_system_mac_limit(static_cast<int>(read_signed(w[1], -1, 1 << 24)));
+             }),
+        form("flush all [static]", [](const Words& w, std::ostream&) { return vorn_clear_fdb_table(static_too(w, 2)); },
+             statics),
+        form("flush vlan <vlan> [static]",
+             [](const Words& w, std::ostream&) { return vorn_clear_fdb_by_vlan(vlan_id(w[2]), static_too(w, 3)); },
+             statics),
+        form("flush port <port> [static]",
+             [](const Words& w, std::ostream&) { return vorn_clear_fdb_by_port(read_port(w[2]), static_too(w, 3)); },
+             statics),
+    };
 }
 
-bool filter(const Words& w, std::ostream&)
+// --- l3 ---------------------------------------------------------------------
+
+bool is_ipv6(const std::string& word) { return word.find(':') != std::string::npos; }
+
+unsigned int number_of(const std::string& word) { return static_cast<unsigned int>(read_number(word, 0xffffffffu)); }
+
+bool route_add(const Words& w, std::ostream&)
 {
-    need(w, 3);
-    const bool add = w[0] == "add";
-    if (!add && w[0] != "delete") throw BadWord("add or delete", w[0]);
-    if (w[1] == "ip-protocol") {
-        const unsigned int p = static_cast<unsigned int>(read_number(w[2], 255));
-        return add ? vorn_add_ip_protocol_filter(p) : vorn_delete_ip_protocol_filter(p);
+    const Usp p = read_port(w[3]);
+    const auto m = read_mac(w[4]);
+    const unsigned int interface = number_of(w[5]);
+    if (is_ipv6(w[2])) {
+        if (w.size() > 6) throw BadWord("extra argument '" + w[6] + "' (an IPv6 route has no VLAN)");
+        std::array<unsigned char, 16> address, mask;
+        read_ipv6_prefix(w[2], address, mask);
+        return vorn_add_l3_route_ip6(p, address.data(), mask.data(), m.data(), interface);
     }
-    if (w[1] == "l4-port") {
-        const unsigned int p = static_cast<unsigned int>(read_number(w[2], 65535));
-        return add ? vorn_add_l4_destination_port_filter(p) : vorn_delete_l4_destination_port_filter(p);
-    }
-    if (w[1] == "arp") {
-        unsigned int address = 0, mask = 0;
-        read_ipv4_prefix(w[2], address, mask);
-        return add ? vorn_add_arp_filter(address, mask) : vorn_delete_arp_filter(address, mask);
-    }
-    throw BadWord("ip-protocol, l4-port or arp", w[1]);
+    unsigned int address = 0, mask = 0;
+    read_ipv4_prefix(w[2], address, mask);
+    return vorn_add_l3_route_ip4(p, address, mask, m.data(), interface, w.size() > 6 ? vlan_id(w[6]) : 0);
 }
 
-bool packet(const Words& w, std::ostream&)
+bool route_delete(const Words& w, std::ostream&)
 {
-    need(w, 2);
-    if (w[0] == "send") {
-        need(w, 4);
-        Packet p;
-        p.set_data(read_hex(w[3]));
-        return vorn_send_packet_by_port(read_ports(w[1]), read_ports(w[2]), p);
+    const Usp p = read_port(w[3]);
+    if (is_ipv6(w[2])) {
+        std::array<unsigned char, 16> address, mask;
+        read_ipv6_prefix(w[2], address, mask);
+        return vorn_delete_l3_route_by_subnet_ip6(address.data(), mask.data(), p);
     }
-    if (w[0] == "inject") {
-        need(w, 4);
-        return vorn_sim::receive_frame(read_port(w[1]), static_cast<unsigned int>(read_number(w[2], 4095)),
-                                       read_hex(w[3]));
-    }
-    throw BadWord("send or inject", w[0]);
+    unsigned int address = 0, mask = 0;
+    read_ipv4_prefix(w[2], address, mask);
+    return vorn_delete_l3_route_by_subnet_ip4(address, mask, p);
 }
 
-bool callbacks(const Words& w, std::ostream&)
+std::vector<Form> l3_forms()
 {
-    need(w, 1);
-    if (w[0] == "on") {
-        return vorn_register_rx_packet_callback(record_rx, nullptr) &&
-               vorn_register_link_change_callback(record_link) &&
-               vorn_register_mac_update_callback(record_mac, nullptr);
+    return {
+        form("interface create <mac> <vlan>",
+             [](const Words& w, std::ostream& out) {
+                 const auto m = read_mac(w[2]);
+                 unsigned int id = 0;
+                 if (!vorn_create_l3_interface(m.data(), vlan_id(w[3]), id)) return false;
+                 out << "interface " << id << "\n";
+                 return true;
+             }),
+        form("interface delete <id>",
+             [](const Words& w, std::ostream&) { return vorn_delete_l3_interface_by_id(number_of(w[2])); }),
+        form("host add <ip> <port> <mac> <interface>",
+             [](const Words& w, std::ostream&) {
+                 const Usp p = read_port(w[3]);
+                 const auto m = read_mac(w[4]);
+                 const unsigned int id = number_of(w[5]);
+                 if (is_ipv6(w[2])) return vorn_add_l3_host_ip6(p, read_ipv6(w[2]).data(), m.data(), id);
+                 return vorn_add_l3_host_ip4(p, read_ipv4(w[2]), m.data(), id);
+             }),
+        form("host delete <ip> <port>",
+             [](const Words& w, std::ostream&) {
+                 if (is_ipv6(w[2])) return vorn_delete_l3_host_by_addr_ip6(read_ipv6(w[2]).data(), read_port(w[3]));
+                 return vorn_delete_l3_host_by_addr_ip4(read_ipv4(w[2]), read_port(w[3]));
+             }),
+        form("route add <prefix> <port> <mac> <interface> [vlan]", route_add),
+        form("route delete <prefix> <port>", route_delete),
+        form("route lookup <ip>",
+             [](const Words& w, std::ostream& out) {
+                 vorn_sim::RouteMatch match;
+                 const bool found = is_ipv6(w[2]) ? vorn_sim::lookup_route_ip6(read_ipv6(w[2]).data(), match)
+                                                  : vorn_sim::lookup_route_ip4(read_ipv4(w[2]), match);
+                 if (found) out << w[2] << " via " << port_text(match.port) << " (/" << match.prefix_length << ")\n";
+                 else out << w[2] << ": no route\n";
+                 return true;
+             }),
+    };
+}
+
+// --- flow -------------------------------------------------------------------
+
+// Flow port n > 6 names physical port 1/1/(n - 7): only ports of unit 1,
+// slot 1 have a flow port number.
+int flow_port(const std::string& word)
+{
+    const Usp port = read_port(word);
+    if (port.unit() != 1 || port.slot() != 1 || port.port() < 1 || port.port() > 0x7ffffff0u)
+        throw BadWord("a port 1/1/N (flow port numbers name unit 1, slot 1 only)", word);
+    return static_cast<int>(port.port() + 7);
+}
+
+// Adding with a priority is one command: a refused priority takes the flow
+// back out.
+bool flow_add(const Words& w, std::ostream& out)
+{
+    Arg<const of_flow_s&> match;
+    match.read(w[1], "flow");
+    const bool prioritised = w.size() > 2;
+    const int priority = prioritised ? static_cast<int>(read_signed(w[2], 0, 65535)) : 0;
+    unsigned int id = 0;
+    of_flow_qualify_udf_s udf = {{0, 0, 0, 0}};
+    if (!vorn_add_of_flow(match.value, id, udf)) return false;
+    const unsigned long refusals = vorn_sim::refusal_count();
+    if (prioritised && !vorn_set_of_flow_priority(id, priority)) {
+        const std::string message = refusal_text(refusals);
+        throw Refused(message + (vorn_delete_of_flow(id) ? "; undone: flow " : "; could not delete flow ") +
+                      std::to_string(id));
     }
-    if (w[0] == "off") {
-        return vorn_deregister_event_callback(LCMGR_EVENT_RX_PACKET, recorder_by_name("rx"), nullptr) &&
-               vorn_deregister_event_callback(LCMGR_EVENT_LINK_CHANGE, recorder_by_name("link"), nullptr) &&
-               vorn_deregister_event_callback(LCMGR_EVENT_MAC_UPDATE, recorder_by_name("mac"), nullptr);
-    }
-    if (w[0] == "clear") return delivered_events().clear(), true;
-    throw BadWord("on, off or clear", w[0]);
+    out << "flow " << id << "\n";
+    return true;
+}
+
+std::vector<Form> flow_forms()
+{
+    return {
+        form("add <match> [priority]", flow_add),
+        form("action <id> <kind> [port|n]",
+             [](const Words& w, std::ostream&) {
+                 const of_action_t kind = read_enum<of_action_t>(w[2]);
+                 of_action_param_s param = {{0, 0, 0}};
+                 if (w.size() > 3)
+                     param.word[0] = w[3].find('/') != std::string::npos
+                                         ? flow_port(w[3])
+                                         : static_cast<int>(read_signed(w[3], -2147483647 - 1, 2147483647));
+                 return vorn_add_of_flow_action(number_of(w[1]), kind, param);
+             },
+             {{"kind", enum_names<of_action_t>()}}),
+        form("delete <id>", [](const Words& w, std::ostream&) { return vorn_delete_of_flow(number_of(w[1])); }),
+    };
+}
+
+// --- filter -----------------------------------------------------------------
+
+struct FilterKind {
+    const char* name;
+    const char* value;
+    std::function<bool(bool add, const std::string& word)> apply;
+};
+
+const std::vector<FilterKind>& filter_kinds()
+{
+    static const std::vector<FilterKind> kinds = {
+        {"ip-protocol", "<protocol>",
+         [](bool add, const std::string& word) {
+             const unsigned int p = static_cast<unsigned int>(read_number(word, 255));
+             return add ? vorn_add_ip_protocol_filter(p) : vorn_delete_ip_protocol_filter(p);
+         }},
+        {"l4-port", "<port>",
+         [](bool add, const std::string& word) {
+             const unsigned int p = static_cast<unsigned int>(read_number(word, 65535));
+             return add ? vorn_add_l4_destination_port_filter(p) : vorn_delete_l4_destination_port_filter(p);
+         }},
+        {"arp", "<prefix>",
+         [](bool add, const std::string& word) {
+             unsigned int address = 0, mask = 0;
+             read_ipv4_prefix(word, address, mask);
+             return add ? vorn_add_arp_filter(address, mask) : vorn_delete_arp_filter(address, mask);
+         }},
+    };
+    return kinds;
+}
+
+std::vector<Form> filter_forms()
+{
+    std::vector<Form> forms;
+    for (const char* action : {"add", "delete"})
+        for (const FilterKind& kind : filter_kinds())
+            forms.push_back(form(std::string(action) + " " + kind.name + " " + kind.value,
+                                 [&kind](const Words& w, std::ostream&) { return kind.apply(w[0] == "add", w[2]); }));
+    return forms;
+}
+
+// --- packets, links, callbacks ------------------------------------------------
+
+std::vector<Form> packet_forms()
+{
+    return {
+        form("send <tagged> <untagged> <hex>",
+             [](const Words& w, std::ostream&) {
+                 Packet p;
+                 p.set_data(read_hex(w[3]));
+                 return vorn_send_packet_by_port(read_ports(w[1]), read_ports(w[2]), p);
+             }),
+        form("inject <port> <vlan> <hex>",
+             [](const Words& w, std::ostream&) {
+                 return vorn_sim::receive_frame(read_port(w[1]), vlan_id(w[2]), read_hex(w[3]));
+             }),
+    };
+}
+
+// Plugging or pulling a list of cables: a refusal puts back the ones done.
+bool link(const Words& w, std::ostream&)
+{
+    const bool up = read_enum<phy_state_t>(w[1]) == PHY_STATE_UP;
+    return all_or_nothing(
+        port_list(w[0]), [up](const Usp& p) { return vorn_sim::set_cable(p, up); },
+        [up](const Usp& p) { return vorn_sim::set_cable(p, !up); }, ports_of);
+}
+
+struct CallbackKind {
+    lcmgr_report_event_t event;
+    const char* recorder;
+    std::function<bool()> enable;
+};
+
+const std::vector<CallbackKind>& callback_kinds()
+{
+    static const std::vector<CallbackKind> kinds = {
+        {LCMGR_EVENT_RX_PACKET, "rx", [] { return vorn_register_rx_packet_callback(record_rx, nullptr); }},
+        {LCMGR_EVENT_LINK_CHANGE, "link", [] { return vorn_register_link_change_callback(record_link); }},
+        {LCMGR_EVENT_MAC_UPDATE, "mac", [] { return vorn_register_mac_update_callback(record_mac, nullptr); }},
+    };
+    return kinds;
+}
+
+bool disable_callback(const CallbackKind& kind)
+{
+    return vorn_deregister_event_callback(kind.event, recorder_by_name(kind.recorder), nullptr);
+}
+
+std::vector<Form> callback_forms()
+{
+    std::vector<const CallbackKind*> kinds;
+    for (const CallbackKind& kind : callback_kinds()) kinds.push_back(&kind);
+    auto names = [](const std::vector<const CallbackKind*>& done) {
+        std::string text;
+        for (const CallbackKind* kind : done) text += (text.empty() ? "" : ",") + std::string(kind->recorder);
+        return text;
+    };
+    return {
+        form("on",
+             [=](const Words&, std::ostream&) {
+                 return all_or_nothing(kinds, [](const CallbackKind* k) { return k->enable(); },
+                                       [](const CallbackKind* k) { return disable_callback(*k); }, names);
+             }),
+        form("off",
+             [=](const Words&, std::ostream&) {
+                 return all_or_nothing(kinds, [](const CallbackKind* k) { return disable_callback(*k); },
+                                       [](const CallbackKind* k) { return k->enable(); }, names);
+             }),
+        form("clear", [](const Words&, std::ostream&) { return delivered_events().clear(), true; }),
+    };
+}
+
+// The views of `show`, each with the words it takes after its name.
+std::vector<Form> show_forms()
+{
+    std::vector<Form> forms;
+    for (const char* view : {"port <port>", "ports [ports]", "vlan [vlans]", "lag [lags]", "fdb [filter]", "l3",
+                             "route", "flow", "counters [ports]", "sent", "events", "running-config", "all"})
+        forms.push_back(form(view, show));
+    return forms;
 }
 
 }  // namespace
 
 void add_friendly_commands(Shell& shell)
 {
-    auto add = [&](const char* name, const char* usage, const char* summary, const char* example,
-                   std::function<bool(const Words&, std::ostream&)> run) {
-        shell.add(Command{name, usage, summary, example, run});
+    auto add = [&](const char* name, const char* summary, const char* example, std::vector<Form> forms) {
+        shell.add(Command{name, summary, example, std::move(forms)});
     };
-    add("init", "", "bring the line card up (vorn_lcmgr_api_init)", "init", [](const Words&, std::ostream& out) {
-        int ports = 0;
-        if (!vorn_lcmgr_api_init(ports)) return false;
-        out << "line card up, " << ports << " ports\n";
-        return true;
-    });
-    add("terminate", "", "bring the line card down", "terminate",
-        [](const Words&, std::ostream&) { return vorn_lcmgr_api_terminate(); });
-    add("port", " <ports> <setting> <value...>", "change a setting of ports (see help port)",
-        "port 1/1/1-8 pvid 10", port_setting);
-    add("vlan", " create|delete <vlans> | add <vlan> <tagged> <untagged> | remove <vlan> <ports> | mac <vlan> <mac> <prio>",
-        "VLANs and their members ('-' is no port)", "vlan add 10 1/1/47-48 1/1/1-8", vlan);
-    add("lag", " create|delete <lag> | add|remove <lag> <ports> | balance <lag> <strategy>",
-        "LAG interfaces 0/1/n", "lag add 0/1/1 1/1/45-46", lag);
-    add("mac", " add <port> <mac> <vlan> | system <mac> <vlan> | delete <mac> <vlan> | aging <s> | limit <n> | flush all|vlan <v>|port <p> [static]",
-        "the MAC table", "mac add 1/1/3 00:1b:21:0a:0b:0c 10", mac);
-    add("l3", " interface create <mac> <vlan> | host add <ip> <port> <mac> <if> | route add <prefix> <port> <mac> <if> [vlan] | route lookup <ip> ...",
-        "L3 interfaces, hosts and routes (IPv4 or IPv6)", "l3 route add 10.0.0.0/8 0/1/1 00:1b:21:0f:0f:0f 1", l3);
-    add("flow", " add <match> [priority] | action <id> <kind> [port|n] | delete <id>",
-        "flows: match key=value,... (in dmac smac vlan pcp eth sip dip proto tos sport dport)",
-        "flow add in=1/1/1,eth=0x0806 10", flow);
-    add("filter", " add|delete ip-protocol <n> | l4-port <n> | arp <prefix>", "packet filters to the CPU",
-        "filter add ip-protocol 89", filter);
-    add("packet", " send <tagged> <untagged> <hex> | inject <port> <vlan> <hex>",
-        "send a frame from the CPU, or receive one on a port", "packet send 0/1/1 - ffffffffffff0200", packet);
-    add("link", " <ports> up|down", "plug or pull the cable of ports", "link 1/1/7 down",
-        [](const Words& w, std::ostream&) {
-            need(w, 2);
-            const bool up = read_enum<phy_state_t>(w[1]) == PHY_STATE_UP;
-            return each(read_ports(w[0]), [&](const Usp& p) { return vorn_sim::set_cable(p, up); });
-        });
-    add("callbacks", " on|off|clear", "register the shell's callbacks; show events prints what arrived",
-        "callbacks on", callbacks);
-    add("trace", " on|off", "one line per SDK operation on standard output", "trace on",
-        [](const Words& w, std::ostream& out) {
-            need(w, 1);
-            const bool on = read_flag(w[0]);
-            if (on) vorn_sim::set_trace_stream(&out);
-            const bool ok = vorn_set_lcmgr_trace("trace_level_all", on);
-            if (!on) vorn_sim::set_trace_stream(nullptr);
-            return ok;
-        });
-    add("clock", " <seconds>", "advance the FDB clock (aging)", "clock 300", [](const Words& w, std::ostream&) {
-        need(w, 1);
-        vorn_sim::advance_clock(static_cast<unsigned int>(read_number(w[0], 100000000)));
-        return true;
-    });
-    add("show", " port <p> | ports | vlan | lag | fdb | l3 | route | flow | counters [ports] | events | sent | all",
-        "print a table of the line card", "show vlan", show);
-    add("echo", " <words>", "print the words", "echo bring-up done", [](const Words& w, std::ostream& out) {
-        for (std::size_t i = 0; i < w.size(); ++i) out << (i ? " " : "") << w[i];
-        out << "\n";
-        return true;
-    });
+    add("init", "bring the line card up (vorn_lcmgr_api_init)", "init",
+        {form("", [](const Words&, std::ostream& out) {
+            int ports = 0;
+            if (!vorn_lcmgr_api_init(ports)) return false;
+            out << "line card up, " << ports << " ports\n";
+            return true;
+        })});
+    add("terminate", "bring the line card down", "terminate",
+        {form("", [](const Words&, std::ostream&) { return vorn_lcmgr_api_terminate(); })});
+    add("port", "change a setting of ports, on all of them or none (help port lists the settings)",
+        "port 1/1/1-8 pvid 10", port_forms());
+    add("vlan", "VLANs and their members ('-' is no port); a range is created or deleted whole or not at all",
+        "vlan add 10 1/1/47-48 1/1/1-8", vlan_forms());
+    add("lag", "LAG interfaces 0/1/n", "lag add 0/1/1 1/1/45-46", lag_forms());
+    add("mac", "the MAC table", "mac add 1/1/3 00:1b:21:0a:0b:0c 10", mac_forms());
+    add("l3", "L3 interfaces, hosts and routes (IPv4 or IPv6)", "l3 route add 10.0.0.0/8 0/1/1 00:1b:21:0f:0f:0f 1",
+        l3_forms());
+    add("flow", "flows: match key=value,... (in dmac smac vlan pcp eth sip dip proto tos sport dport)",
+        "flow add in=1/1/1,eth=0x0806 10", flow_forms());
+    add("filter", "packet filters to the CPU", "filter add ip-protocol 89", filter_forms());
+    add("packet", "send a frame from the CPU, or receive one on a port (reference host)",
+        "packet send 0/1/1 - ffffffffffff0200", packet_forms());
+    add("link", "plug or pull the cable of ports (reference host)", "link 1/1/7 down",
+        {form("<ports> <state>", link, {{"state", enum_names<phy_state_t>()}})});
+    add("callbacks", "register the shell's callbacks; show events prints what arrived", "callbacks on",
+        callback_forms());
+    add("trace", "one line per SDK operation on standard output", "trace on",
+        {form("<on|off>",
+              [](const Words& w, std::ostream& out) {
+                  const bool on = read_flag(w[0]);
+                  if (on) vorn_sim::set_trace_stream(&out);
+                  const bool ok = vorn_set_lcmgr_trace("trace_level_all", on);
+                  if (!on) vorn_sim::set_trace_stream(nullptr);
+                  return ok;
+              },
+              {{"on|off", flag_names()}})});
+    add("clock", "advance the FDB clock (aging)", "clock 300",
+        {form("<seconds>", [](const Words& w, std::ostream&) {
+            vorn_sim::advance_clock(static_cast<unsigned int>(read_number(w[0], 100000000)));
+            return true;
+        })});
+    add("show", "print a table of the line card", "show vlan", show_forms());
+    add("echo", "print the words", "echo bring-up done",
+        {form("[words...]", [](const Words& w, std::ostream& out) {
+            out << join(w, " ") << "\n";
+            return true;
+        })});
 }
 
 }  // namespace vornsh

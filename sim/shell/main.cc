@@ -87,7 +87,7 @@ int main(int argc, char** argv)
         }
     }
     vorn_sim::configure(config);
-    vornsh::Shell shell(std::cout);
+    vornsh::Shell shell(std::cout, std::cerr);
     if (init && shell.run_line("init", "start") != 0) return 2;
 
     if (!script.empty() && script != "-") {

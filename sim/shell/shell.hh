@@ -15,29 +15,52 @@ namespace vornsh {
 
 class Shell {
 public:
-    explicit Shell(std::ostream& out);
+    // Normal output goes to `out`, errors (input that does not read,
+    // refusals) to `err`.
+    Shell(std::ostream& out, std::ostream& err);
 
     void add(const Command& command);
     const Command* find(const std::string& name) const;
 
     // Runs one line.  Returns 0 when it ran (or was empty), 1 for input that
-    // does not read, 2 when the library refused.  A line starting with "try"
-    // may be refused without counting as an error.
+    // does not read, 2 when the library or the reference host refused.  A
+    // line starting with "try" may be refused without counting as an error.
     int run_line(const std::string& line, const std::string& where);
     // Runs every line of `in`; in a script the first error ends the run with
     // its status.
     int run_stream(std::istream& in, const std::string& source, bool stop_on_error);
 
+    // What may come next after the words typed so far: the command names
+    // when nothing is typed, then the sub-commands, setting names, views,
+    // enumeration names and on/off that the command's forms allow there;
+    // nothing for free-form words (numbers, ports, addresses).
+    std::vector<std::string> next_words(const Words& typed) const;
+
     void help(const std::string& topic) const;
     std::ostream& out() { return out_; }
+    std::ostream& err() { return err_; }
 
 private:
+    void usage(const Command& command, const Words& words) const;
+    std::ostream& error() const;
+
     std::ostream& out_;
+    std::ostream& err_;
     std::map<std::string, Command> commands_;
     std::vector<std::string> order_;
 };
 
-typedef std::vector<std::string> Words;
+// Thrown by a command that stops at a refusal and says more than the shell
+// can: where a list stopped and what was undone.  `what` is the whole
+// message after the command's name.
+struct Refused : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// Why the last call was refused, given the reference host's refusal count
+// from before it: "refused by the reference host: OPERATION: REASON" when the
+// host refused, "refused by the library" otherwise.
+std::string refusal_text(unsigned long refusals_before);
 
 // Throws for a command line shorter than `count` words.
 inline void need(const Words& words, std::size_t count)

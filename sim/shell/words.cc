@@ -57,6 +57,12 @@ bool read_flag(const std::string& word)
     throw BadWord("on or off", word);
 }
 
+const std::vector<std::string>& flag_names()
+{
+    static const std::vector<std::string> names = {"on", "off"};
+    return names;
+}
+
 Usp read_port(const std::string& word)
 {
     const std::vector<std::string> parts = split(word, '/');
@@ -282,5 +288,56 @@ VORNSH_NAMES(of_action_t, "action", {OF_ACTION_OUTPUT, "output"}, {OF_ACTION_DRO
              {OF_ACTION_SET_PRIORITY, "set-priority"}, {OF_ACTION_MIRROR, "mirror"})
 VORNSH_NAMES(lcmgr_report_event_t, "event", {LCMGR_EVENT_RX_PACKET, "rx-packet"},
              {LCMGR_EVENT_LINK_CHANGE, "link-change"}, {LCMGR_EVENT_MAC_UPDATE, "mac-update"})
+
+port_ability_type_t read_ability_list(const std::string& word)
+{
+    unsigned int bits = 0;
+    for (const std::string& name : split(word, ',')) {
+        try {
+            bits |= static_cast<unsigned int>(read_enum<port_ability_type_t>(name));
+        } catch (const BadWord&) {
+            throw BadWord("abilities, a comma list of " + join(enum_names<port_ability_type_t>(), "|"), name);
+        }
+    }
+    return static_cast<port_ability_type_t>(bits);
+}
+
+std::string ability_list_text(port_ability_type_t abilities)
+{
+    std::string text;
+    for (const EnumName& bit : EnumNames<port_ability_type_t>::list())
+        if (bit.value && (abilities & bit.value) == bit.value) text += (text.empty() ? "" : ",") + std::string(bit.name);
+    return text.empty() ? "none" : text;
+}
+
+const std::vector<std::string>& forward_mode_names()
+{
+    static const std::vector<std::string> names = {"normal", "flow"};
+    return names;
+}
+
+unsigned int read_forward_mode(const std::string& word)
+{
+    const std::vector<std::string>& names = forward_mode_names();
+    for (std::size_t mode = 0; mode < names.size(); ++mode)
+        if (word == names[mode]) return static_cast<unsigned int>(mode);
+    try {
+        return static_cast<unsigned int>(read_number(word, 0xffffffffu));
+    } catch (const BadWord&) {
+        throw BadWord("a forward mode (" + join(names, "|") + ")", word);
+    }
+}
+
+std::string forward_mode_text(unsigned int mode)
+{
+    return mode < forward_mode_names().size() ? forward_mode_names()[mode] : std::to_string(mode);
+}
+
+std::string join(const std::vector<std::string>& words, const std::string& separator)
+{
+    std::string text;
+    for (const std::string& word : words) text += (text.empty() ? "" : separator) + word;
+    return text;
+}
 
 }  // namespace vornsh

@@ -14,6 +14,8 @@
 
 namespace vornsh {
 
+typedef std::vector<std::string> Words;
+
 // A word that does not read as what was expected.
 struct BadWord : std::runtime_error {
     BadWord(const std::string& expected, const std::string& word)
@@ -28,6 +30,7 @@ std::list<Usp> read_ports(const std::string& word);  // "-" is the empty list
 unsigned long long read_number(const std::string& word, unsigned long long max);
 long long read_signed(const std::string& word, long long min, long long max);
 bool read_flag(const std::string& word);
+const std::vector<std::string>& flag_names();  // on off
 std::array<unsigned char, 6> read_mac(const std::string& word);
 unsigned int read_ipv4(const std::string& word);
 void read_ipv4_prefix(const std::string& word, unsigned int& address, unsigned int& mask);
@@ -43,6 +46,7 @@ std::string mac_text(const unsigned char* mac);
 std::string ipv4_text(unsigned int address);
 std::string ipv6_text(const unsigned char* address);
 std::string hex_text(const std::vector<unsigned char>& bytes);
+std::string join(const std::vector<std::string>& words, const std::string& separator);
 
 // Enumerations by name, both ways.  Unknown values print as numbers.
 struct EnumName {
@@ -53,6 +57,14 @@ template <class E>
 struct EnumNames;  // static const std::vector<EnumName>& list(); static const char* what
 
 template <class E>
+std::vector<std::string> enum_names()
+{
+    std::vector<std::string> names;
+    for (const EnumName& entry : EnumNames<E>::list()) names.push_back(entry.name);
+    return names;
+}
+
+template <class E>
 E read_enum(const std::string& word)
 {
     for (const EnumName& entry : EnumNames<E>::list())
@@ -60,9 +72,7 @@ E read_enum(const std::string& word)
     try {
         return static_cast<E>(read_signed(word, -2147483647 - 1, 2147483647));
     } catch (const BadWord&) {
-        std::string names;
-        for (const EnumName& entry : EnumNames<E>::list()) names += (names.empty() ? "" : "|") + std::string(entry.name);
-        throw BadWord(EnumNames<E>::what + std::string(" (") + names + ")", word);
+        throw BadWord(EnumNames<E>::what + std::string(" (") + join(enum_names<E>(), "|") + ")", word);
     }
 }
 
@@ -96,6 +106,16 @@ VORNSH_ENUM_NAMES(lag_psc_t, "balancing strategy")
 VORNSH_ENUM_NAMES(of_action_t, "action")
 VORNSH_ENUM_NAMES(lcmgr_report_event_t, "event")
 #undef VORNSH_ENUM_NAMES
+
+// Ability sets as the names of their bits, "10fd,100fd,autoneg" ("none" for
+// no bit); a number reads as the bits themselves.
+port_ability_type_t read_ability_list(const std::string& word);
+std::string ability_list_text(port_ability_type_t abilities);
+
+// The switch's forward mode by name ("normal" or "flow"); a number reads as itself.
+unsigned int read_forward_mode(const std::string& word);
+std::string forward_mode_text(unsigned int mode);
+const std::vector<std::string>& forward_mode_names();
 
 }  // namespace vornsh
 

@@ -1,0 +1,234 @@
+#include "port_settings.hh"
+
+#include "vorn_api.hh"
+
+namespace vornsh {
+
+namespace {
+
+// How a value word is read and written back.
+template <class T>
+struct Value {
+    std::function<T(const std::string&)> read;
+    std::function<std::string(const T&)> text;
+    std::vector<std::string> choices;
+};
+
+Value<unsigned int> number(unsigned int max)
+{
+    return {[max](const std::string& w) { return static_cast<unsigned int>(read_number(w, max)); },
+            [](const unsigned int& n) { return std::to_string(n); },
+            {}};
+}
+
+Value<int> signed_number(int min, int max)
+{
+    return {[min, max](const std::string& w) { return static_cast<int>(read_signed(w, min, max)); },
+            [](const int& n) { return std::to_string(n); },
+            {}};
+}
+
+Value<bool> flag()
+{
+    return {read_flag, [](const bool& on) { return std::string(on ? "on" : "off"); }, flag_names()};
+}
+
+template <class E>
+Value<E> names()
+{
+    return {read_enum<E>, [](const E& e) { return enum_text(e); }, enum_names<E>()};
+}
+
+Value<port_ability_type_t> abilities()
+{
+    return {read_ability_list, [](const port_ability_type_t& a) { return ability_list_text(a); },
+            enum_names<port_ability_type_t>()};
+}
+
+Value<Usp> port()
+{
+    return {read_port, [](const Usp& p) { return port_text(p); }, {}};
+}
+
+std::string word_of(const std::string& name) { return "<" + name + ">"; }
+
+template <class T>
+Choices choices_of(const std::string& name, const Value<T>& value)
+{
+    return value.choices.empty() ? Choices() : Choices{{name, value.choices}};
+}
+
+Choices merged(Choices a, const Choices& b)
+{
+    a.insert(b.begin(), b.end());
+    return a;
+}
+
+// A setting of one value.
+template <class T>
+PortSetting single(const std::string& name, const std::string& value_name, Value<T> value,
+                   std::function<bool(const Usp&, T)> set, std::function<bool(const Usp&, T&)> get)
+{
+    PortSetting setting{name, word_of(value_name), choices_of(value_name, value), 0, nullptr, nullptr};
+    setting.set = [value, set](const Usp& p, const Words& w) { return set(p, value.read(w.at(0))); };
+    if (get)
+        setting.get = [value, get](const Usp& p, const Words&, Words& out) {
+            T current{};
+            if (!get(p, current)) return false;
+            out = {value.text(current)};
+            return true;
+        };
+    return setting;
+}
+
+// A setting of two values set together.
+template <class A, class B>
+PortSetting pair(const std::string& name, const std::string& a_name, Value<A> a, const std::string& b_name,
+                 Value<B> b, std::function<bool(const Usp&, A, B)> set, std::function<bool(const Usp&, A&, B&)> get)
+{
+    PortSetting setting{name, word_of(a_name) + " " + word_of(b_name),
+                        merged(choices_of(a_name, a), choices_of(b_name, b)), 0, nullptr, nullptr};
+    setting.set = [a, b, set](const Usp& p, const Words& w) { return set(p, a.read(w.at(0)), b.read(w.at(1))); };
+    setting.get = [a, b, get](const Usp& p, const Words&, Words& out) {
+        A first{};
+        B second{};
+        if (!get(p, first, second)) return false;
+        out = {a.text(first), b.text(second)};
+        return true;
+    };
+    return setting;
+}
+
+// A value selected by a key: the getter reads the value of the key given.
+template <class K, class T>
+PortSetting keyed(const std::string& name, const std::string& key_name, Value<K> key,
+                  const std::string& value_name, Value<T> value, std::function<bool(const Usp&, K, T)> set,
+                  std::function<bool(const Usp&, K, T&)> get)
+{
+    PortSetting setting{name, word_of(key_name) + " " + word_of(value_name),
+                        merged(choices_of(key_name, key), choices_of(value_name, value)), 1, nullptr, nullptr};
+    setting.set = [key, value, set](const Usp& p, const Words& w) {
+        return set(p, key.read(w.at(0)), value.read(w.at(1)));
+    };
+    setting.get = [key, value, get](const Usp& p, const Words& keys, Words& out) {
+        const K selected = key.read(keys.at(0));
+        T current{};
+        if (!get(p, selected, current)) return false;
+        out = {key.text(selected), value.text(current)};
+        return true;
+    };
+    return setting;
+}
+
+std::list<Usp> one(const Usp& p) { return std::list<Usp>{p}; }
+
+std::vector<PortSetting> make_settings()
+{
+    const unsigned int any_rate = 0xffffffffu;
+    std::vector<PortSetting> settings = {
+        single<unsigned int>("pvid", "vlan", number(4095), vorn_set_port_pvid, vorn_get_port_pvid),
+        single<bool>("admin", "on|off", flag(), vorn_set_port_state, vorn_get_port_state),
+        single<unsigned int>("mtu", "bytes", number(65535), vorn_set_port_mtu, vorn_get_port_mtu),
+        single<stp_state_t>("stp", "state", names<stp_state_t>(), vorn_set_port_stp_state,
+                            vorn_get_port_stp_state),
+        keyed<unsigned int, mstp_state_t>(
+            "mstp", "instance", number(4094), "state", names<mstp_state_t>(),
+            [](const Usp& p, unsigned int instance, mstp_state_t state) {
+                return vorn_set_port_mstp_state(p, state, instance);
+            },
+            [](const Usp& p, unsigned int instance, mstp_state_t& state) {
+                return vorn_get_port_mstp_state(p, state, instance);
+            }),
+        single<speed_type_t>("speed", "speed", names<speed_type_t>(), vorn_set_port_speed, vorn_get_port_speed),
+        single<duplex_type_t>("duplex", "duplex", names<duplex_type_t>(), vorn_set_port_duplex,
+                              vorn_get_port_duplex),
+        single<bool>("autoneg", "on|off", flag(), vorn_set_port_autoneg, vorn_get_port_autoneg),
+        single<phy_state_t>("link", "state", names<phy_state_t>(), vorn_set_port_link_state,
+                            vorn_get_port_link_state),
+        pair<bool, bool>("flow-control", "rx", flag(), "tx", flag(), vorn_set_port_flow_control_8023x,
+                         vorn_get_port_flow_control_8023x),
+        single<bool>("jamming", "on|off", flag(), vorn_set_port_jaming_control, vorn_get_port_jaming_control),
+        single<unsigned int>("broadcast", "rate", number(any_rate), vorn_set_port_broadcast_control,
+                             vorn_get_port_broadcast_control),
+        single<unsigned int>("multicast", "rate", number(any_rate), vorn_set_port_multicast_control,
+                             vorn_get_port_multicast_control),
+        single<unsigned int>("unicast", "rate", number(any_rate), vorn_set_port_unicast_control,
+                             vorn_get_port_unicast_control),
+        single<bool>("mac-lock", "on|off", flag(), vorn_set_port_mac_lock, vorn_get_port_mac_lock),
+        pair<bool, bool>("mac-lock-ext", "locked", flag(), "drop-unknown", flag(), vorn_set_port_mac_lock_ext,
+                         vorn_get_port_mac_lock_ext),
+        single<int>("mac-limit", "entries", signed_number(0, 1 << 24), vorn_set_port_mac_limit,
+                    vorn_get_port_mac_limit),
+        single<bool>("tagged-only", "on|off", flag(), vorn_set_port_vlan_accept_frame,
+                     vorn_get_port_vlan_accept_frame),
+        single<bool>("bpdu", "on|off", flag(), vorn_set_port_bpdu_processing, vorn_get_port_bpdu_processing),
+        single<ingress_discard_type_t>("ingress-discard", "type", names<ingress_discard_type_t>(),
+                                       vorn_set_port_ingress_discarding, vorn_get_port_ingress_discarding),
+        single<bool>("egress", "on|off", flag(), vorn_set_port_egress_admin_state,
+                     vorn_get_port_egress_admin_state),
+        single<bool>("l2", "on|off", flag(), vorn_set_port_l2_enable, nullptr),
+        single<bool>("unknown-unicast-to-cpu", "on|off", flag(), vorn_set_port_switch_unknown_unicast_to_cpu,
+                     vorn_get_port_switch_unknown_unicast_to_cpu),
+        single<bool>("stats", "on|off", flag(), vorn_set_port_stat_enable, vorn_get_port_stat_enabled),
+        single<port_ability_type_t>("advertise", "abilities", abilities(), vorn_set_port_advertising_ability,
+                                    vorn_get_port_advertising_ability),
+        single<flood_block_type_t>(
+            "flood-cpu", "type", names<flood_block_type_t>(),
+            [](const Usp& p, flood_block_type_t type) { return vorn_set_port_flood_blocking_cpu(one(p), type); },
+            vorn_get_port_flood_blocking_cpu),
+        keyed<Usp, flood_block_type_t>(
+            "flood-to", "port", port(), "type", names<flood_block_type_t>(),
+            [](const Usp& p, Usp other, flood_block_type_t type) {
+                return vorn_set_port_flood_blocking(one(p), other, type);
+            },
+            [](const Usp& p, Usp other, flood_block_type_t& type) {
+                return vorn_get_port_flood_blocking(p, other, type);
+            }),
+        pair<Usp, mirror_type_t>(
+            "mirror-to", "target", port(), "type", names<mirror_type_t>(),
+            [](const Usp& p, Usp target, mirror_type_t type) { return vorn_set_port_mirror(target, p, type); },
+            [](const Usp& p, Usp& target, mirror_type_t& type) { return vorn_get_port_mirror(target, p, type); }),
+        keyed<unsigned int, unsigned int>("priority", "key", number(7), "priority", number(7),
+                                          vorn_set_port_vlan_priority, vorn_get_port_vlan_priority),
+        keyed<unsigned int, unsigned int>("cos", "key", number(7), "queue", number(7), vorn_set_port_cos_mapping,
+                                          vorn_get_port_cos_mapping),
+        single<lag_psc_t>("balance", "strategy", names<lag_psc_t>(), vorn_set_lag_balancing_strategy,
+                          vorn_get_lag_balancing_strategy),
+    };
+    // A protocol VLAN has no getter: three values read and set together.
+    const Value<frame_type_t> frame = names<frame_type_t>();
+    PortSetting protocol_vlan{"protocol-vlan", "<frame> <protocol> <vlan>", choices_of("frame", frame), 0,
+                              nullptr, nullptr};
+    protocol_vlan.set = [frame](const Usp& p, const Words& w) {
+        const frame_type_t type = frame.read(w.at(0));
+        const unsigned short protocol = static_cast<unsigned short>(read_number(w.at(1), 0xffff));
+        return vorn_set_port_protocol_vlan(p, type, protocol, static_cast<unsigned int>(read_number(w.at(2), 4095)));
+    };
+    settings.push_back(protocol_vlan);
+    return settings;
+}
+
+}  // namespace
+
+const std::vector<PortSetting>& port_settings()
+{
+    static const std::vector<PortSetting> settings = make_settings();
+    return settings;
+}
+
+const PortSetting* find_port_setting(const std::string& name)
+{
+    for (const PortSetting& setting : port_settings())
+        if (setting.name == name) return &setting;
+    return nullptr;
+}
+
+bool port_setting_value(const PortSetting& setting, const Usp& port, const Words& keys, std::string& value)
+{
+    Words words;
+    if (!setting.get || !setting.get(port, keys, words)) return false;
+    value = join(words, " ");
+    return true;
+}
+
+}  // namespace vornsh

@@ -1,0 +1,45 @@
+// The settings of `port PORTS SETTING VALUE...`: one table, each setting with
+// its value words, how they are read, the API setter and, where the library
+// has one, the API getter.  The shell's `port` command, its help and its
+// completion are derived from it; so can anything that prints a port's
+// configuration in the form the setter reads.
+#ifndef VORNSH_PORT_SETTINGS_HH
+#define VORNSH_PORT_SETTINGS_HH
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "api_commands.hh"
+
+namespace vornsh {
+
+struct PortSetting {
+    std::string name;
+    // The value words after the name, as in a form: "<rx> <tx>".
+    std::string values;
+    // The words each value takes where it takes only some.
+    Choices choices;
+    // How many leading value words select what is set rather than being set
+    // (the CoS key, the MSTP instance, the flood-blocking peer): the getter
+    // reads the value of that selection.
+    std::size_t keys = 0;
+    // Reads the value words (throws BadWord) and calls the API setter.
+    std::function<bool(const Usp& port, const Words& values)> set;
+    // Calls the API getter and gives back the value words that `set` reads
+    // (the keys included); empty where the library has no getter.
+    std::function<bool(const Usp& port, const Words& keys, Words& values)> get;
+};
+
+const std::vector<PortSetting>& port_settings();
+const PortSetting* find_port_setting(const std::string& name);
+
+// The current value of `setting` on `port`, in the words its setter reads
+// (e.g. "pvid 10" gives "10", "flow-control" gives "on off"); `keys` selects
+// for a keyed setting.  False where there is no getter or the library
+// refused.
+bool port_setting_value(const PortSetting& setting, const Usp& port, const Words& keys, std::string& value);
+
+}  // namespace vornsh
+
+#endif
