@@ -81,6 +81,11 @@ typename std::enable_if<std::is_arithmetic<T>::value, std::string>::type piece(T
 {
     return std::to_string(value);
 }
+template <class T>
+typename std::enable_if<std::is_enum<T>::value, std::string>::type piece(T value)
+{
+    return std::to_string(static_cast<long long>(value));
+}
 
 template <class... Parts>
 std::string phrase(const Parts&... parts)

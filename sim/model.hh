@@ -364,16 +364,49 @@ private:
 
     PortState* port_or_null(const Mp& port);
     unsigned int index_of(const Mp& port) const;
-    bool valid_vlan(unsigned int vlan) const { return vlan >= 1 && vlan <= 4094; }
-    bool all_physical(const std::list<Mp>& ports) const;
     Lag* lag(unsigned int lag_id);
     bool lag_of_member(const Mp& port, unsigned int& lag_id) const;
-    bool valid_target(const Mp& port, bool trunk);
+
+    // Names in the user's numbering: "1/1/3" (a port that is not one of the
+    // card's reads "hardware port 0:49"), "0/1/2" for LAG id 1.
+    std::string port_name(const Mp& port) const;
+    Usp lag_name(unsigned int lag_id) const { return usp_of(Mp(0, lag_id), true); }
+
+    // Checks of an operation's input: each one that fails refuses with a
+    // reason naming what was wrong.
+    bool known_port(const Mp& port);
+    bool known_ports(const std::list<Mp>& ports);
+    template <class Change>
+    bool on_port(const Mp& port, Change&& change);  // known_port, then change(state)
+    bool vlan_id(unsigned int vlan);                // 1-4094
+    bool known_vlan(unsigned int vlan);             // an existing VLAN
+    Lag* known_lag(unsigned int lag_id);
+    bool known_target(const Mp& port, bool trunk);  // a port, or a LAG id with trunk
+    bool within(const char* what, long long value, long long low, long long high);
+    bool flags_within(const char* what, long long value, long long all);  // no bit outside `all`
+    bool given(const void* pointer, const char* what);
+    bool room(const char* table, std::size_t used, std::size_t capacity);
+    bool some_data(const Packet& packet);
+    template <class Callback>
+    bool add_registration(std::vector<Registration<Callback>>& registrations, Callback callback,
+                          void* user_data);
     void notify_mac(const FdbKey& key, const FdbEntry& entry, int what);
     bool learn(const MacAddress& mac, unsigned int vlan, const Mp& port, bool trunk);
     std::size_t remove_fdb_if(bool static_too, const FdbKey* only_key,
                               bool (*match)(const FdbKey&, const FdbEntry&, const void*),
                               const void* context);
+    Flow* known_flow(unsigned int flow_id);
+    bool flow_in_port(const of_flow_mp_s& flow);
+    template <class Set, class Key>
+    bool insert_filter(Set& filters, const Key& key);
+    template <class Set, class Key>
+    bool erase_filter(Set& filters, const Key& key);
+    const L3Interface* known_interface(unsigned int interface_id);
+    std::string target_name(const Mp& port, bool trunk) const;  // "port 1/1/3", "LAG 0/1/2"
+    bool entry_at(const L3Target* entry, const std::string& name, const Mp& port, bool trunk);
+    int contiguous4(unsigned int mask);
+    int contiguous6(const unsigned char* address, const unsigned char* mask);
+    int* mac_limit(const Mp& port, unsigned int kind);  // the setting, or null after a refusal
     bool add_static_mac(const unsigned char* mac, unsigned int vlan, const Mp& port, bool trunk);
     bool set_route(bool add, unsigned int address, unsigned int mask, const L3Target* target);
     bool flow_action(bool add, unsigned int flow_id, of_action_t kind, const of_action_param_s& param,

@@ -10,14 +10,12 @@ namespace {
 
 // One registration per (callback, user data) and kind.
 template <class Callback>
-bool add_registration(std::vector<Registration<Callback>>& registrations, Callback callback,
-                      void* user_data)
+bool registered(const std::vector<Registration<Callback>>& registrations, Callback callback,
+                void* user_data)
 {
-    if (!callback) return false;
     for (const auto& r : registrations)
-        if (r.callback == callback && r.user_data == user_data) return false;
-    registrations.push_back(Registration<Callback>{callback, user_data});
-    return true;
+        if (r.callback == callback && r.user_data == user_data) return true;
+    return false;
 }
 
 template <class Callback>
@@ -35,6 +33,22 @@ bool remove_registration(std::vector<Registration<Callback>>& registrations, voi
 usp_s c_usp(const Usp& usp) { return usp_s{usp.unit(), usp.slot(), usp.port()}; }
 
 }  // namespace
+
+template <class Callback>
+bool SwitchModel::add_registration(std::vector<Registration<Callback>>& registrations, Callback callback,
+                                   void* user_data)
+{
+    if (!callback) return refuse("no callback given (null pointer)");
+    if (registered(registrations, callback, user_data))
+        return refuse("callback already registered with this user data");
+    registrations.push_back(Registration<Callback>{callback, user_data});
+    return true;
+}
+
+bool SwitchModel::some_data(const Packet& packet)
+{
+    return packet.length() != 0 || refuse("empty packet");
+}
 
 bool SwitchModel::register_mac_update_callback(void (*callback)(L2Addr*, int, void*), void* user_data)
 {
@@ -82,15 +96,18 @@ bool SwitchModel::deregister_event_callback(lcmgr_report_event_t event, void* ca
         switch (event) {
         case LCMGR_EVENT_RX_PACKET:
             return remove_registration(rx_callbacks_, callback, user_data) ||
-                   remove_registration(rx_callbacks_c_, callback, user_data);
+                   remove_registration(rx_callbacks_c_, callback, user_data) ||
+                   refuse("no such rx-packet callback registered");
         case LCMGR_EVENT_LINK_CHANGE:
             return remove_registration(link_callbacks_, callback, user_data) ||
-                   remove_registration(link_callbacks_c_, callback, user_data);
+                   remove_registration(link_callbacks_c_, callback, user_data) ||
+                   refuse("no such link-change callback registered");
         case LCMGR_EVENT_MAC_UPDATE:
             return remove_registration(mac_callbacks_, callback, user_data) ||
-                   remove_registration(mac_callbacks_c_, callback, user_data);
+                   remove_registration(mac_callbacks_c_, callback, user_data) ||
+                   refuse("no such MAC-update callback registered");
         default:
-            return false;
+            return refuse("unknown event kind ", event);
         }
     }, event, callback, user_data);
 }
@@ -99,7 +116,7 @@ bool SwitchModel::deregister_event_callback(lcmgr_report_event_t event, void* ca
 bool SwitchModel::send_packet_by_port(std::list<Mp>& tagged, std::list<Mp>& untagged, const Packet& packet)
 {
     return op(94, "send_packet_by_port", [&] {
-        if (packet.length() == 0 || !all_physical(tagged) || !all_physical(untagged)) return false;
+        if (!known_ports(tagged) || !known_ports(untagged) || !some_data(packet)) return false;
         sent_.push_back(SentPacket{std::vector<Mp>(tagged.begin(), tagged.end()),
                                    std::vector<Mp>(untagged.begin(), untagged.end()), packet.data()});
         for (const auto* list : {&tagged, &untagged})
@@ -117,7 +134,7 @@ bool SwitchModel::send_packet_by_port(std::list<Mp>& tagged, std::list<Mp>& unta
 bool SwitchModel::send_packet_from_cpu(const Packet& packet)
 {
     return op(95, "send_packet_from_cpu", [&] {
-        if (packet.length() == 0) return false;
+        if (!some_data(packet)) return false;
         sent_.push_back(SentPacket{{}, {}, packet.data()});
         return true;
     }, packet);
@@ -161,7 +178,7 @@ bool SwitchModel::take_in(const Mp& port, const Usp& usp, unsigned int vlan,
     if (!state) return refuse("unknown port ", usp);
     if (frame.size() < 14)
         return refuse("frame of ", frame.size(), " bytes is shorter than an Ethernet header (14)");
-    if (!vlan_exists(vlan)) return refuse("VLAN ", vlan, " does not exist");
+    if (!known_vlan(vlan)) return false;
     if (state->link != PHY_STATE_UP) return refuse("port ", usp, " has no link");
     if (state->stats_enabled) {
         state->counters[STAT_IF_IN_OCTETS] += frame.size();

@@ -1,6 +1,7 @@
 // The model's MAC table: static entries, learning with limits, aging on the
 // host's clock, flushes, and MAC-update events.
 #include <algorithm>
+#include <climits>
 #include <cstring>
 
 #include "model_impl.hh"
@@ -27,6 +28,18 @@ bool vlan_bit(const unsigned char* bitmap, unsigned int vlan)
 }
 
 bool unicast(const unsigned char* mac) { return (mac[0] & 1) == 0; }
+
+std::string mac_text(const unsigned char* mac)
+{
+    static const char digits[] = "0123456789abcdef";
+    std::string text;
+    for (int i = 0; i < 6; ++i) {
+        if (i) text += ':';
+        text += digits[mac[i] >> 4];
+        text += digits[mac[i] & 15];
+    }
+    return text;
+}
 
 }  // namespace
 
@@ -59,11 +72,6 @@ void SwitchModel::notify_mac(const FdbKey& key, const FdbEntry& entry, int what)
         r.callback(&c_address, what, r.user_data);
 }
 
-bool SwitchModel::valid_target(const Mp& port, bool trunk)
-{
-    return trunk ? lag(port.port()) != nullptr : physical(port);
-}
-
 bool SwitchModel::add_static_mac(const unsigned char* mac, unsigned int vlan, const Mp& port,
                                  bool trunk)
 {
@@ -71,7 +79,7 @@ bool SwitchModel::add_static_mac(const unsigned char* mac, unsigned int vlan, co
     // One walk down the table: where the key is, or where it would go.
     auto place = fdb_.lower_bound(key);
     const bool found = place != fdb_.end() && !(key < place->first);
-    if (!found && fdb_.size() >= config_.mac_entries) return false;
+    if (!found && !room("MAC table", fdb_.size(), config_.mac_entries)) return false;
     FdbEntry entry;
     entry.port = port;
     entry.trunk = trunk;
@@ -89,8 +97,9 @@ bool SwitchModel::add_mac_to_port(const Mp& port, const unsigned char* mac, unsi
                                   bool trunk)
 {
     return op(53, "add_mac_to_port", [&] {
-        return mac && unicast(mac) && vlan_exists(vlan) && valid_target(port, trunk) &&
-               add_static_mac(mac, vlan, port, trunk);
+        return given(mac, "MAC address") &&
+               (unicast(mac) || refuse("MAC ", mac_text(mac), " is a multicast address")) &&
+               known_vlan(vlan) && known_target(port, trunk) && add_static_mac(mac, vlan, port, trunk);
     }, port, mac, vlan, trunk);
 }
 
@@ -98,23 +107,24 @@ bool SwitchModel::add_mac_to_port(const Mp& port, const unsigned char* mac, unsi
 bool SwitchModel::add_system_mac(const unsigned char* mac, unsigned int vlan)
 {
     return op(54, "add_system_mac", [&] {
-        return mac && vlan_exists(vlan) && add_static_mac(mac, vlan, Mp(0, 0), false);
+        return given(mac, "MAC address") && known_vlan(vlan) && add_static_mac(mac, vlan, Mp(0, 0), false);
     }, mac, vlan);
 }
 
 bool SwitchModel::add_system_mac_vlan_bitmap(const unsigned char* mac, const unsigned char* bitmap)
 {
     return op(55, "add_system_mac_vlan_bitmap", [&] {
-        if (!mac || !bitmap) return false;
+        if (!given(mac, "MAC address") || !given(bitmap, "VLAN bitmap")) return false;
         std::vector<unsigned int> chosen;
         for (unsigned int vlan = 1; vlan <= 4094; ++vlan)
             if (vlan_bit(bitmap, vlan)) {
-                if (!vlan_exists(vlan)) return false;
+                if (!known_vlan(vlan)) return false;
                 chosen.push_back(vlan);
             }
-        if (fdb_.size() + chosen.size() > config_.mac_entries) return false;
+        if (chosen.empty()) return refuse("the VLAN bitmap names no VLAN");
+        if (!room("MAC table", fdb_.size() + chosen.size() - 1, config_.mac_entries)) return false;
         for (unsigned int vlan : chosen) add_static_mac(mac, vlan, Mp(0, 0), false);
-        return !chosen.empty();
+        return true;
     }, mac, bitmap);
 }
 
@@ -155,7 +165,7 @@ struct PortMatch {
     bool trunk;
 };
 
-bool on_port(const FdbKey&, const FdbEntry& entry, const void* context)
+bool at_port(const FdbKey&, const FdbEntry& entry, const void* context)
 {
     const PortMatch* match = static_cast<const PortMatch*>(context);
     return entry.port == match->port && entry.trunk == match->trunk;
@@ -173,25 +183,28 @@ bool any_entry(const FdbKey&, const FdbEntry&, const void*) { return true; }
 bool SwitchModel::delete_mac(const unsigned char* mac, unsigned int vlan)
 {
     return op(56, "delete_mac", [&] {
-        if (!mac) return false;
+        if (!given(mac, "MAC address")) return false;
         const FdbKey key(vlan, mac_of(mac));
-        return remove_fdb_if(true, &key, nullptr, nullptr) == 1;
+        return remove_fdb_if(true, &key, nullptr, nullptr) == 1 ||
+               refuse("MAC ", mac_text(mac), " is not in VLAN ", vlan);
     }, mac, vlan);
 }
 
 bool SwitchModel::delete_mac_vlan_bitmap(const unsigned char* mac, unsigned char* bitmap)
 {
     return op(57, "delete_mac_vlan_bitmap", [&] {
-        if (!mac || !bitmap) return false;
+        if (!given(mac, "MAC address") || !given(bitmap, "VLAN bitmap")) return false;
         const std::pair<const unsigned char*, const unsigned char*> context(mac, bitmap);
-        return remove_fdb_if(true, nullptr, in_bitmap, &context) > 0;
+        return remove_fdb_if(true, nullptr, in_bitmap, &context) > 0 ||
+               refuse("MAC ", mac_text(mac), " is in none of the VLANs of the bitmap");
     }, mac, bitmap);
 }
 
 bool SwitchModel::delete_mac_by_mac(const unsigned char* mac)
 {
     return op(58, "delete_mac_by_mac", [&] {
-        return mac && remove_fdb_if(true, nullptr, same_mac, mac) > 0;
+        return given(mac, "MAC address") &&
+               (remove_fdb_if(true, nullptr, same_mac, mac) > 0 || refuse("MAC ", mac_text(mac), " is not in the table"));
     }, mac);
 }
 
@@ -199,9 +212,9 @@ bool SwitchModel::delete_mac_by_mac(const unsigned char* mac)
 bool SwitchModel::clear_fdb_by_port(const Mp& port, bool trunk, bool static_too)
 {
     return op(59, "clear_fdb_by_port", [&] {
-        if (!valid_target(port, trunk)) return false;
+        if (!known_target(port, trunk)) return false;
         const PortMatch match{port, trunk};
-        remove_fdb_if(static_too, nullptr, on_port, &match);
+        remove_fdb_if(static_too, nullptr, at_port, &match);
         return true;
     }, port, trunk, static_too);
 }
@@ -209,7 +222,7 @@ bool SwitchModel::clear_fdb_by_port(const Mp& port, bool trunk, bool static_too)
 bool SwitchModel::clear_fdb_by_vlan(unsigned int vlan, bool static_too)
 {
     return op(60, "clear_fdb_by_vlan", [&] {
-        if (!valid_vlan(vlan)) return false;
+        if (!vlan_id(vlan)) return false;
         remove_fdb_if(static_too, nullptr, in_vlan, &vlan);
         return true;
     }, vlan, static_too);
@@ -226,7 +239,7 @@ bool SwitchModel::clear_fdb_table(bool static_too)
 bool SwitchModel::set_fdb_aging_time(int seconds)
 {
     return op(62, "set_fdb_aging_time", [&] {
-        if (seconds < 0 || seconds > 1000000) return false;  // 0: never age
+        if (!within("aging time", seconds, 0, 1000000)) return false;  // 0: never age
         aging_seconds_ = seconds;
         return true;
     }, seconds);
@@ -239,26 +252,34 @@ bool SwitchModel::get_fdb_aging_time(int& seconds)
 
 // Limits by kind: 1 a port, 2 a LAG (port = LAG id), 3 a VLAN (port = VLAN
 // id), 4 the switch.  Mp(0, 0) always names the switch, whatever the kind.
+// A limit never set is 0, no limit.
+int* SwitchModel::mac_limit(const Mp& port, unsigned int kind)
+{
+    if (port == Mp(0, 0) || kind == kind_switch) return &system_mac_limit_;
+    switch (kind) {
+    case kind_port: return known_port(port) ? &ports_[index_of(port)].mac_limit : nullptr;
+    case kind_lag: {
+        Lag* l = known_lag(port.port());
+        return l ? &l->mac_limit : nullptr;
+    }
+    case kind_vlan: return known_vlan(port.port()) ? &vlans_[port.port()].mac_limit : nullptr;
+    default: refuse("unknown MAC limit kind ", kind, " (1 port, 2 LAG, 3 VLAN, 4 switch)"); return nullptr;
+    }
+}
+
 bool SwitchModel::set_system_mac_limit(const Mp& port, int limit, unsigned int kind)
 {
     return op(86, "set_system_mac_limit", [&] {
-        if (limit < 0) return false;
-        if (port == Mp(0, 0)) return system_mac_limit_ = limit, true;
-        if (kind == kind_port && port_or_null(port)) return port_or_null(port)->mac_limit = limit, true;
-        if (kind == kind_lag && lag(port.port())) return lag(port.port())->mac_limit = limit, true;
-        if (kind == kind_vlan && vlan_exists(port.port())) return vlans_[port.port()].mac_limit = limit, true;
-        return false;
+        int* setting = mac_limit(port, kind);
+        return within("MAC limit", limit, 0, INT_MAX) && setting && (*setting = limit, true);
     }, port, limit, kind);
 }
 
 bool SwitchModel::get_system_mac_limit(const Mp& port, int& limit, unsigned int kind)
 {
     return op(87, "get_system_mac_limit", [&] {
-        if (port == Mp(0, 0)) return limit = system_mac_limit_, true;
-        if (kind == kind_port && port_or_null(port)) return limit = port_or_null(port)->mac_limit, true;
-        if (kind == kind_lag && lag(port.port())) return limit = lag(port.port())->mac_limit, true;
-        if (kind == kind_vlan && vlan_exists(port.port())) return limit = vlans_[port.port()].mac_limit, true;
-        return false;
+        const int* setting = mac_limit(port, kind);
+        return setting && (limit = *setting, true);
     }, port);
 }
 
@@ -266,7 +287,7 @@ bool SwitchModel::get_system_mac_limit(const Mp& port, int& limit, unsigned int 
 bool SwitchModel::traverse_mac_table(void* arg)
 {
     return op(145, "traverse_mac_table", [&] {
-        if (!arg) return false;
+        if (!given(arg, "visitor")) return false;
         auto visit = reinterpret_cast<void (*)(L2Addr*, int, void*)>(arg);
         const FdbTable snapshot = fdb_;
         for (const auto& entry : snapshot) {

@@ -12,12 +12,25 @@ const int first_front_panel_flow_port = 7;
 
 }  // namespace
 
+Flow* SwitchModel::known_flow(unsigned int flow_id)
+{
+    auto found = flows_.find(flow_id);
+    if (found != flows_.end()) return &found->second;
+    refuse("flow ", flow_id, " does not exist");
+    return nullptr;
+}
+
+// A flow matching on its ingress port names one of the card's ports.
+bool SwitchModel::flow_in_port(const of_flow_mp_s& flow)
+{
+    return !(flow.match.match_flags & OF_MATCH_IN_PORT) || known_port(flow.in_port);
+}
+
 // Ids are handed out lowest free first, from 1.
 bool SwitchModel::add_of_flow(of_flow_mp_s& flow, unsigned int& flow_id, const of_flow_qualify_udf_s& udf)
 {
     return op(125, "add_of_flow", [&] {
-        if ((flow.match.match_flags & OF_MATCH_IN_PORT) && !physical(flow.in_port)) return false;
-        if (flows_.size() >= config_.flows) return false;
+        if (!flow_in_port(flow) || !room("flow table", flows_.size(), config_.flows)) return false;
         unsigned int id = 1;
         while (flows_.count(id)) ++id;
         flows_[id].match = flow;
@@ -29,8 +42,10 @@ bool SwitchModel::add_of_flow(of_flow_mp_s& flow, unsigned int& flow_id, const o
 bool SwitchModel::add_of_flow_with_id(of_flow_mp_s& flow, unsigned int flow_id)
 {
     return op(126, "add_of_flow_with_id", [&] {
-        if ((flow.match.match_flags & OF_MATCH_IN_PORT) && !physical(flow.in_port)) return false;
-        if (flow_id == 0 || flows_.count(flow_id) || flows_.size() >= config_.flows) return false;
+        if (!flow_in_port(flow)) return false;
+        if (flow_id == 0) return refuse("flow id 0 is reserved (ids start at 1)");
+        if (flows_.count(flow_id)) return refuse("flow ", flow_id, " already exists");
+        if (!room("flow table", flows_.size(), config_.flows)) return false;
         flows_[flow_id].match = flow;
         return true;
     }, flow, flow_id);
@@ -38,7 +53,7 @@ bool SwitchModel::add_of_flow_with_id(of_flow_mp_s& flow, unsigned int flow_id)
 
 bool SwitchModel::delete_of_flow(unsigned int flow_id)
 {
-    return op(127, "delete_of_flow", [&] { return flows_.erase(flow_id) == 1; }, flow_id);
+    return op(127, "delete_of_flow", [&] { return known_flow(flow_id) && flows_.erase(flow_id) == 1; }, flow_id);
 }
 
 bool SwitchModel::clear_of_flow_table()
@@ -50,19 +65,19 @@ bool SwitchModel::clear_of_flow_table()
 bool SwitchModel::flow_action(bool add, unsigned int flow_id, of_action_t kind,
                               const of_action_param_s& param, const Mp& port)
 {
-    auto found = flows_.find(flow_id);
-    if (found == flows_.end() || kind < OF_ACTION_OUTPUT || kind > OF_ACTION_MIRROR) return false;
-    if (kind == OF_ACTION_OUTPUT && param.word[0] >= first_front_panel_flow_port && !physical(port))
+    Flow* flow = known_flow(flow_id);
+    if (!flow || !within("action kind", kind, OF_ACTION_OUTPUT, OF_ACTION_MIRROR)) return false;
+    if (kind == OF_ACTION_OUTPUT && param.word[0] >= first_front_panel_flow_port && !known_port(port))
         return false;
-    std::vector<FlowAction>& actions = found->second.actions;
+    std::vector<FlowAction>& actions = flow->actions;
     for (auto it = actions.begin(); it != actions.end(); ++it)
         if (it->kind == kind && it->param.word[0] == param.word[0] &&
             it->param.word[1] == param.word[1] && it->param.word[2] == param.word[2]) {
-            if (add) return false;
+            if (add) return refuse("flow ", flow_id, " already has this action");
             actions.erase(it);
             return true;
         }
-    if (!add) return false;
+    if (!add) return refuse("flow ", flow_id, " has no such action");
     actions.push_back(FlowAction{kind, param, port});
     return true;
 }
@@ -84,49 +99,48 @@ bool SwitchModel::delete_of_flow_action(unsigned int flow_id, of_action_t kind, 
 bool SwitchModel::clear_of_flow_action(unsigned int flow_id)
 {
     return op(131, "clear_of_flow_action", [&] {
-        auto found = flows_.find(flow_id);
-        return found != flows_.end() && (found->second.actions.clear(), true);
+        Flow* flow = known_flow(flow_id);
+        return flow && (flow->actions.clear(), true);
     }, flow_id);
 }
 
 bool SwitchModel::set_of_flow_priority(unsigned int flow_id, int priority)
 {
     return op(132, "set_of_flow_priority", [&] {
-        auto found = flows_.find(flow_id);
-        return found != flows_.end() && priority >= 0 && priority <= 65535 &&
-               (found->second.priority = priority, true);
+        Flow* flow = known_flow(flow_id);
+        return flow && within("flow priority", priority, 0, 65535) && (flow->priority = priority, true);
     }, flow_id, priority);
 }
 
 bool SwitchModel::get_of_flow_priority(unsigned int flow_id, int& priority)
 {
     return op(133, "get_of_flow_priority", [&] {
-        auto found = flows_.find(flow_id);
-        return found != flows_.end() && (priority = found->second.priority, true);
+        Flow* flow = known_flow(flow_id);
+        return flow && (priority = flow->priority, true);
     }, flow_id);
 }
 
 bool SwitchModel::get_of_flow_stat_counter64(unsigned int flow_id, unsigned long long& packets)
 {
     return op(134, "get_of_flow_stat_counter64", [&] {
-        auto found = flows_.find(flow_id);
-        return found != flows_.end() && (packets = found->second.packets, true);
+        Flow* flow = known_flow(flow_id);
+        return flow && (packets = flow->packets, true);
     }, flow_id);
 }
 
 bool SwitchModel::get_of_flow_stat_counter32(unsigned int flow_id, unsigned int& packets)
 {
     return op(135, "get_of_flow_stat_counter32", [&] {
-        auto found = flows_.find(flow_id);
-        return found != flows_.end() && (packets = static_cast<unsigned int>(found->second.packets), true);
+        Flow* flow = known_flow(flow_id);
+        return flow && (packets = static_cast<unsigned int>(flow->packets), true);
     }, flow_id);
 }
 
 // --- Switch-wide settings and filters.
 bool SwitchModel::set_switch_forward_mode(unsigned int mode)
 {
-    return op(109, "set_switch_forward_mode", [&] { return mode <= 1 && (forward_mode_ = mode, true); },
-              mode);
+    return op(109, "set_switch_forward_mode",
+              [&] { return within("forward mode", mode, 0, 1) && (forward_mode_ = mode, true); }, mode);
 }
 
 bool SwitchModel::get_switch_forward_mode(unsigned int& mode)
@@ -147,25 +161,32 @@ bool SwitchModel::get_switch_unknown_unicast_to_cpu(bool& enabled)
 
 namespace {
 
+}  // namespace
+
 template <class Set, class Key>
-bool insert_filter(Set& filters, const Key& key, std::size_t limit)
+bool SwitchModel::insert_filter(Set& filters, const Key& key)
 {
-    return filters.size() < limit && filters.insert(key).second;
+    return room("filter table", filters.size(), config_.filters) &&
+           (filters.insert(key).second || refuse("the filter exists already"));
 }
 
-}  // namespace
+template <class Set, class Key>
+bool SwitchModel::erase_filter(Set& filters, const Key& key)
+{
+    return filters.erase(key) == 1 || refuse("no such filter");
+}
 
 bool SwitchModel::add_arp_filter(unsigned int address, unsigned int mask)
 {
     return op(111, "add_arp_filter", [&] {
-        return insert_filter(arp_filters_, std::make_pair(address & mask, mask), config_.filters);
+        return insert_filter(arp_filters_, std::make_pair(address & mask, mask));
     }, address, mask);
 }
 
 bool SwitchModel::delete_arp_filter(unsigned int address, unsigned int mask)
 {
     return op(112, "delete_arp_filter",
-              [&] { return arp_filters_.erase(std::make_pair(address & mask, mask)) == 1; }, address, mask);
+              [&] { return erase_filter(arp_filters_, std::make_pair(address & mask, mask)); }, address, mask);
 }
 
 bool SwitchModel::delete_arp_filter_all()
@@ -176,13 +197,13 @@ bool SwitchModel::delete_arp_filter_all()
 bool SwitchModel::add_ip_protocol_filter(unsigned int protocol)
 {
     return op(114, "add_ip_protocol_filter", [&] {
-        return protocol <= 255 && insert_filter(ip_protocol_filters_, protocol, config_.filters);
+        return within("IP protocol", protocol, 0, 255) && insert_filter(ip_protocol_filters_, protocol);
     }, protocol);
 }
 
 bool SwitchModel::delete_ip_protocol_filter(unsigned int protocol)
 {
-    return op(115, "delete_ip_protocol_filter", [&] { return ip_protocol_filters_.erase(protocol) == 1; },
+    return op(115, "delete_ip_protocol_filter", [&] { return erase_filter(ip_protocol_filters_, protocol); },
               protocol);
 }
 
@@ -194,13 +215,13 @@ bool SwitchModel::delete_ip_protocol_filter_all()
 bool SwitchModel::add_l4_destination_port_filter(unsigned int port)
 {
     return op(117, "add_l4_destination_port_filter", [&] {
-        return port <= 65535 && insert_filter(l4_port_filters_, port, config_.filters);
+        return within("L4 port", port, 0, 65535) && insert_filter(l4_port_filters_, port);
     }, port);
 }
 
 bool SwitchModel::delete_l4_destination_port_filter(unsigned int port)
 {
-    return op(118, "delete_l4_destination_port_filter", [&] { return l4_port_filters_.erase(port) == 1; },
+    return op(118, "delete_l4_destination_port_filter", [&] { return erase_filter(l4_port_filters_, port); },
               port);
 }
 
@@ -225,7 +246,9 @@ bool SwitchModel::set_lcmgr_trace(const std::string& target, bool on)
 {
     const bool ours = target == "trace_level_sdk" || target == "trace_level_all";
     if (ours && on) tracing_ = true;
-    const bool result = op(178, "set_lcmgr_trace", [&] { return ours; }, target, on);
+    const bool result = op(178, "set_lcmgr_trace", [&] {
+        return ours || refuse("unknown trace target \"", target, "\" (trace_level_sdk, trace_level_all)");
+    }, target, on);
     if (ours && !on) tracing_ = false;
     return result;
 }

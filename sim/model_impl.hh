@@ -23,9 +23,9 @@ const Mp* first_port(const First&, const Rest&... rest)
 
 // Runs `change` on the port's state when the port is a physical one.
 template <class Change>
-bool on_port(PortState* state, Change&& change)
+bool SwitchModel::on_port(const Mp& port, Change&& change)
 {
-    return state && change(*state);
+    return known_port(port) && change(ports_[index_of(port)]);
 }
 
 template <class... Parts>

@@ -58,6 +58,28 @@ L3Target target(const Mp& port, bool trunk, const unsigned char* mac, unsigned i
 
 bool same_port(const L3Target& t, const Mp& port, bool trunk) { return t.port == port && t.trunk == trunk; }
 
+std::string ip4_text(unsigned int address)
+{
+    return vorn_format::phrase(address >> 24, ".", (address >> 16) & 255, ".", (address >> 8) & 255, ".",
+                               address & 255);
+}
+
+std::string ip6_text(const unsigned char* address)
+{
+    static const char digits[] = "0123456789abcdef";
+    std::string text;
+    for (int i = 0; i < 16; i += 2) {
+        if (i) text += ':';
+        const unsigned int group = address[i] << 8 | address[i + 1];
+        bool started = false;
+        for (int shift = 12; shift >= 0; shift -= 4) {
+            const unsigned int digit = (group >> shift) & 15;
+            if (digit || started || shift == 0) text += digits[digit], started = true;
+        }
+    }
+    return text;
+}
+
 template <class Table, class Match>
 std::size_t erase_where(Table& table, Match match)
 {
@@ -72,17 +94,68 @@ std::size_t erase_where(Table& table, Match match)
     return erased;
 }
 
+std::string route4_name(unsigned int address, int length)
+{
+    return vorn_format::phrase(ip4_text(address & mask_of(length)), "/", length);
+}
+
+std::string route6_name(const unsigned char* address, int length)
+{
+    return vorn_format::phrase(ip6_text(masked6(address, length).address.data()), "/", length);
+}
+
 }  // namespace
+
+const L3Interface* SwitchModel::known_interface(unsigned int interface_id)
+{
+    auto found = l3_interfaces_.find(interface_id);
+    if (found != l3_interfaces_.end()) return &found->second;
+    refuse("L3 interface ", interface_id, " does not exist");
+    return nullptr;
+}
+
+std::string SwitchModel::target_name(const Mp& port, bool trunk) const
+{
+    return trunk ? vorn_format::phrase("LAG ", lag_name(port.port())) : "port " + port_name(port);
+}
+
+// A host or route looked up by address is also named by where it leads.
+bool SwitchModel::entry_at(const L3Target* entry, const std::string& name, const Mp& port, bool trunk)
+{
+    if (!entry) return refuse(name, " does not exist");
+    if (!same_port(*entry, port, trunk))
+        return refuse(name, " leads to ", target_name(entry->port, entry->trunk), ", not ",
+                      target_name(port, trunk));
+    return true;
+}
+
+// The prefix length of an IPv4 mask, -1 after refusing one with holes.
+int SwitchModel::contiguous4(unsigned int mask)
+{
+    const int length = prefix_length(mask);
+    if (length < 0) refuse("mask ", ip4_text(mask), " is not contiguous");
+    return length;
+}
+
+int SwitchModel::contiguous6(const unsigned char* address, const unsigned char* mask)
+{
+    if (!given(address, "IPv6 address") || !given(mask, "IPv6 mask")) return -1;
+    const int length = prefix_length6(mask);
+    if (length < 0) refuse("mask ", ip6_text(mask), " is not contiguous");
+    return length;
+}
 
 // --- Interfaces: ids from 1, lowest free first; one per (MAC, VLAN).
 bool SwitchModel::create_l3_interface(const unsigned char* mac, unsigned int vlan,
                                       unsigned int& interface_id)
 {
     return op(152, "create_l3_interface", [&] {
-        if (!mac || !vlan_exists(vlan) || l3_interfaces_.size() >= config_.l3_interfaces) return false;
+        if (!given(mac, "MAC address") || !known_vlan(vlan) ||
+            !room("L3 interface table", l3_interfaces_.size(), config_.l3_interfaces))
+            return false;
         for (const auto& entry : l3_interfaces_)
             if (entry.second.vlan == vlan && std::equal(mac, mac + 6, entry.second.mac.begin()))
-                return false;
+                return refuse("L3 interface ", entry.first, " has this MAC in VLAN ", vlan, " already");
         unsigned int id = 1;
         while (l3_interfaces_.count(id)) ++id;
         L3Interface& added = l3_interfaces_[id];
@@ -97,9 +170,11 @@ bool SwitchModel::create_l3_interface_with_id(const unsigned char* mac, unsigned
                                               unsigned int interface_id, bool replace)
 {
     return op(153, "create_l3_interface_with_id", [&] {
-        if (!mac || !vlan_exists(vlan) || interface_id == 0) return false;
+        if (!given(mac, "MAC address") || !known_vlan(vlan)) return false;
+        if (interface_id == 0) return refuse("L3 interface id 0 is reserved (ids start at 1)");
         const bool exists = l3_interfaces_.count(interface_id) != 0;
-        if ((exists && !replace) || (!exists && l3_interfaces_.size() >= config_.l3_interfaces))
+        if (exists && !replace) return refuse("L3 interface ", interface_id, " already exists");
+        if (!exists && !room("L3 interface table", l3_interfaces_.size(), config_.l3_interfaces))
             return false;
         L3Interface& added = l3_interfaces_[interface_id];
         std::copy(mac, mac + 6, added.mac.begin());
@@ -111,10 +186,10 @@ bool SwitchModel::create_l3_interface_with_id(const unsigned char* mac, unsigned
 bool SwitchModel::get_l3_interface(unsigned int interface_id, unsigned int& vlan, unsigned char* mac)
 {
     return op(154, "get_l3_interface", [&] {
-        auto found = l3_interfaces_.find(interface_id);
-        if (found == l3_interfaces_.end() || !mac) return false;
-        vlan = found->second.vlan;
-        std::copy(found->second.mac.begin(), found->second.mac.end(), mac);
+        const L3Interface* found = known_interface(interface_id);
+        if (!found || !given(mac, "MAC buffer")) return false;
+        vlan = found->vlan;
+        std::copy(found->mac.begin(), found->mac.end(), mac);
         return true;
     }, interface_id);
 }
@@ -122,15 +197,18 @@ bool SwitchModel::get_l3_interface(unsigned int interface_id, unsigned int& vlan
 bool SwitchModel::delete_l3_interface(const unsigned char* mac, unsigned int vlan)
 {
     return op(155, "delete_l3_interface", [&] {
-        return mac && erase_where(l3_interfaces_, [&](const std::pair<const unsigned int, L3Interface>& e) {
-                   return e.second.vlan == vlan && std::equal(mac, mac + 6, e.second.mac.begin());
-               }) == 1;
+        return given(mac, "MAC address") &&
+               (erase_where(l3_interfaces_, [&](const std::pair<const unsigned int, L3Interface>& e) {
+                    return e.second.vlan == vlan && std::equal(mac, mac + 6, e.second.mac.begin());
+                }) == 1 ||
+                refuse("no L3 interface has this MAC in VLAN ", vlan));
     }, mac, vlan);
 }
 
 bool SwitchModel::delete_l3_interface_by_id(unsigned int interface_id)
 {
-    return op(156, "delete_l3_interface_by_id", [&] { return l3_interfaces_.erase(interface_id) == 1; },
+    return op(156, "delete_l3_interface_by_id",
+              [&] { return known_interface(interface_id) && l3_interfaces_.erase(interface_id) == 1; },
               interface_id);
 }
 
@@ -144,10 +222,12 @@ bool SwitchModel::add_l3_host_ip4(Mp port, bool trunk, unsigned int address, con
                                   unsigned int interface_id)
 {
     return op(158, "add_l3_host_ip4", [&] {
-        if (!mac || !valid_target(port, trunk) || !l3_interfaces_.count(interface_id) ||
-            hosts4_.count(address) || hosts4_.size() + hosts6_.size() >= config_.hosts)
+        const L3Interface* on = nullptr;
+        if (!given(mac, "MAC address") || !known_target(port, trunk) || !(on = known_interface(interface_id)) ||
+            !room("host table", hosts4_.size() + hosts6_.size(), config_.hosts))
             return false;
-        hosts4_[address] = target(port, trunk, mac, interface_id, l3_interfaces_[interface_id].vlan);
+        if (hosts4_.count(address)) return refuse("host ", ip4_text(address), " already exists");
+        hosts4_[address] = target(port, trunk, mac, interface_id, on->vlan);
         return true;
     }, port, trunk, address, mac, interface_id);
 }
@@ -156,12 +236,13 @@ bool SwitchModel::add_l3_host_ip6(Mp port, bool trunk, const unsigned char* addr
                                   const unsigned char* mac, unsigned int interface_id)
 {
     return op(159, "add_l3_host_ip6", [&] {
-        if (!address || !mac || !valid_target(port, trunk) || !l3_interfaces_.count(interface_id) ||
-            hosts4_.size() + hosts6_.size() >= config_.hosts)
+        const L3Interface* on = nullptr;
+        if (!given(address, "IPv6 address") || !given(mac, "MAC address") || !known_target(port, trunk) ||
+            !(on = known_interface(interface_id)) ||
+            !room("host table", hosts4_.size() + hosts6_.size(), config_.hosts))
             return false;
-        return hosts6_.emplace(masked6(address, 128),
-                               target(port, trunk, mac, interface_id, l3_interfaces_[interface_id].vlan))
-            .second;
+        return hosts6_.emplace(masked6(address, 128), target(port, trunk, mac, interface_id, on->vlan)).second ||
+               refuse("host ", ip6_text(address), " already exists");
     }, port, trunk, address, mac, interface_id);
 }
 
@@ -169,8 +250,10 @@ bool SwitchModel::get_l3_host_ip4(unsigned int address, Mp port, unsigned char* 
                                   unsigned int& interface_id, bool trunk)
 {
     return op(160, "get_l3_host_ip4", [&] {
+        if (!given(mac, "MAC buffer")) return false;
         auto found = hosts4_.find(address);
-        if (found == hosts4_.end() || !mac || !same_port(found->second, port, trunk)) return false;
+        if (!entry_at(found != hosts4_.end() ? &found->second : nullptr, "host " + ip4_text(address), port, trunk))
+            return false;
         std::copy(found->second.mac.begin(), found->second.mac.end(), mac);
         interface_id = found->second.interface_id;
         return true;
@@ -181,9 +264,10 @@ bool SwitchModel::get_l3_host_ip6(const unsigned char* address, Mp port, unsigne
                                   unsigned int& interface_id, bool trunk)
 {
     return op(161, "get_l3_host_ip6", [&] {
-        if (!address || !mac) return false;
+        if (!given(address, "IPv6 address") || !given(mac, "MAC buffer")) return false;
         auto found = hosts6_.find(masked6(address, 128));
-        if (found == hosts6_.end() || !same_port(found->second, port, trunk)) return false;
+        if (!entry_at(found != hosts6_.end() ? &found->second : nullptr, "host " + ip6_text(address), port, trunk))
+            return false;
         std::copy(found->second.mac.begin(), found->second.mac.end(), mac);
         interface_id = found->second.interface_id;
         return true;
@@ -212,7 +296,7 @@ bool SwitchModel::delete_l3_host_by_network_ip4(unsigned int address)
 bool SwitchModel::delete_l3_host_by_network_ip6(const unsigned char* address)
 {
     return op(166, "delete_l3_host_by_network_ip6", [&] {
-        if (!address) return false;
+        if (!given(address, "IPv6 address")) return false;
         const Ipv6Key network = masked6(address, 64);
         erase_where(hosts6_, [&](const auto& e) { return masked6(e.first.address.data(), 64) == network; });
         return true;
@@ -223,7 +307,8 @@ bool SwitchModel::delete_l3_host_by_addr_ip4(unsigned int address, const Mp& por
 {
     return op(167, "delete_l3_host_by_addr_ip4", [&] {
         auto found = hosts4_.find(address);
-        if (found == hosts4_.end() || !same_port(found->second, port, trunk)) return false;
+        if (!entry_at(found != hosts4_.end() ? &found->second : nullptr, "host " + ip4_text(address), port, trunk))
+            return false;
         hosts4_.erase(found);
         return true;
     }, address, port, trunk);
@@ -232,9 +317,10 @@ bool SwitchModel::delete_l3_host_by_addr_ip4(unsigned int address, const Mp& por
 bool SwitchModel::delete_l3_host_by_addr_ip6(const unsigned char* address, const Mp& port, bool trunk)
 {
     return op(168, "delete_l3_host_by_addr_ip6", [&] {
-        if (!address) return false;
+        if (!given(address, "IPv6 address")) return false;
         auto found = hosts6_.find(masked6(address, 128));
-        if (found == hosts6_.end() || !same_port(found->second, port, trunk)) return false;
+        if (!entry_at(found != hosts6_.end() ? &found->second : nullptr, "host " + ip6_text(address), port, trunk))
+            return false;
         hosts6_.erase(found);
         return true;
     }, address, port, trunk);
@@ -255,12 +341,12 @@ bool SwitchModel::add_l3_route_ip4(const Mp& port, bool trunk, unsigned int addr
                                    unsigned int interface_id, unsigned int vlan)
 {
     return op(172, "add_l3_route_ip4", [&] {
-        const int length = prefix_length(mask);
-        if (length < 0 || !mac || !valid_target(port, trunk) || !l3_interfaces_.count(interface_id) ||
-            route4_count_ >= config_.ipv4_routes)
+        const int length = contiguous4(mask);
+        if (length < 0 || !given(mac, "MAC address") || !known_target(port, trunk) ||
+            !known_interface(interface_id) || !room("IPv4 route table", route4_count_, config_.ipv4_routes))
             return false;
         if (!routes4_[length].emplace(address & mask, target(port, trunk, mac, interface_id, vlan)).second)
-            return false;
+            return refuse("route ", route4_name(address, length), " already exists");
         ++route4_count_;
         return true;
     }, port, trunk, address, mask, mac, interface_id, vlan);
@@ -271,12 +357,15 @@ bool SwitchModel::add_l3_route_ip6(const Mp& port, bool trunk, const unsigned ch
                                    unsigned int interface_id)
 {
     return op(173, "add_l3_route_ip6", [&] {
-        const int length = address && mask ? prefix_length6(mask) : -1;
-        if (length < 0 || !mac || !valid_target(port, trunk) || !l3_interfaces_.count(interface_id) ||
-            route6_count_ >= config_.ipv6_routes)
+        const int length = contiguous6(address, mask);
+        const L3Interface* on = nullptr;
+        if (length < 0 || !given(mac, "MAC address") || !known_target(port, trunk) ||
+            !(on = known_interface(interface_id)) ||
+            !room("IPv6 route table", route6_count_, config_.ipv6_routes))
             return false;
-        const L3Target t = target(port, trunk, mac, interface_id, l3_interfaces_[interface_id].vlan);
-        if (!routes6_[length].emplace(masked6(address, length), t).second) return false;
+        const L3Target t = target(port, trunk, mac, interface_id, on->vlan);
+        if (!routes6_[length].emplace(masked6(address, length), t).second)
+            return refuse("route ", route6_name(address, length), " already exists");
         ++route6_count_;
         return true;
     }, port, trunk, address, mask, mac, interface_id);
@@ -287,10 +376,12 @@ bool SwitchModel::get_l3_route_by_subnet_ip4(unsigned int address, unsigned int 
                                              unsigned int& interface_id, unsigned int& vlan)
 {
     return op(162, "get_l3_route_by_subnet_ip4", [&] {
-        const int length = prefix_length(mask);
-        if (length < 0 || !mac) return false;
+        const int length = contiguous4(mask);
+        if (length < 0 || !given(mac, "MAC buffer")) return false;
         auto found = routes4_[length].find(address & mask);
-        if (found == routes4_[length].end() || !same_port(found->second, port, trunk)) return false;
+        if (!entry_at(found != routes4_[length].end() ? &found->second : nullptr,
+                      "route " + route4_name(address, length), port, trunk))
+            return false;
         std::copy(found->second.mac.begin(), found->second.mac.end(), mac);
         interface_id = found->second.interface_id;
         vlan = found->second.vlan;
@@ -303,10 +394,12 @@ bool SwitchModel::get_l3_route_by_subnet_ip6(const unsigned char* address, const
                                              unsigned char* mac)
 {
     return op(163, "get_l3_route_by_subnet_ip6", [&] {
-        const int length = address && mask ? prefix_length6(mask) : -1;
-        if (length < 0 || !mac) return false;
+        const int length = contiguous6(address, mask);
+        if (length < 0 || !given(mac, "MAC buffer")) return false;
         auto found = routes6_[length].find(masked6(address, length));
-        if (found == routes6_[length].end() || !same_port(found->second, port, trunk)) return false;
+        if (!entry_at(found != routes6_[length].end() ? &found->second : nullptr,
+                      "route " + route6_name(address, length), port, trunk))
+            return false;
         interface_id = found->second.interface_id;
         std::copy(found->second.mac.begin(), found->second.mac.end(), mac);
         return true;
@@ -327,10 +420,12 @@ bool SwitchModel::delete_l3_route_by_subnet_ip4(unsigned int address, unsigned i
                                                 const Mp& port, bool trunk)
 {
     return op(175, "delete_l3_route_by_subnet_ip4", [&] {
-        const int length = prefix_length(mask);
+        const int length = contiguous4(mask);
         if (length < 0) return false;
         auto found = routes4_[length].find(address & mask);
-        if (found == routes4_[length].end() || !same_port(found->second, port, trunk)) return false;
+        if (!entry_at(found != routes4_[length].end() ? &found->second : nullptr,
+                      "route " + route4_name(address, length), port, trunk))
+            return false;
         routes4_[length].erase(found);
         --route4_count_;
         return true;
@@ -341,10 +436,12 @@ bool SwitchModel::delete_l3_route_by_subnet_ip6(const unsigned char* address, co
                                                 const Mp& port, bool trunk)
 {
     return op(176, "delete_l3_route_by_subnet_ip6", [&] {
-        const int length = address && mask ? prefix_length6(mask) : -1;
+        const int length = contiguous6(address, mask);
         if (length < 0) return false;
         auto found = routes6_[length].find(masked6(address, length));
-        if (found == routes6_[length].end() || !same_port(found->second, port, trunk)) return false;
+        if (!entry_at(found != routes6_[length].end() ? &found->second : nullptr,
+                      "route " + route6_name(address, length), port, trunk))
+            return false;
         routes6_[length].erase(found);
         --route6_count_;
         return true;

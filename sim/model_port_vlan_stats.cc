@@ -7,22 +7,23 @@ namespace vorn_sim {
 bool SwitchModel::set_port_pvid(const Mp& p, unsigned int pvid)
 {
     return op(80, "set_port_pvid", [&] {
-        return vlan_exists(pvid) &&
-               on_port(port_or_null(p), [&](PortState& s) { return s.pvid = pvid, true; });
+        return known_vlan(pvid) &&
+               on_port(p, [&](PortState& s) { return s.pvid = pvid, true; });
     }, p, pvid);
 }
 
 bool SwitchModel::get_port_pvid(const Mp& p, unsigned int& pvid)
 {
     return op(81, "get_port_pvid", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return pvid = s.pvid, true; });
+        return on_port(p, [&](PortState& s) { return pvid = s.pvid, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_vlan_priority(const Mp& p, unsigned int key, unsigned int priority)
 {
     return op(82, "set_port_vlan_priority", [&] {
-        return key <= 7 && priority <= 7 && on_port(port_or_null(p), [&](PortState& s) {
+        return within("priority", key, 0, 7) && within("VLAN priority", priority, 0, 7) &&
+               on_port(p, [&](PortState& s) {
                    return s.vlan_priority[key] = priority, true;
                });
     }, p, key, priority);
@@ -31,7 +32,7 @@ bool SwitchModel::set_port_vlan_priority(const Mp& p, unsigned int key, unsigned
 bool SwitchModel::get_port_vlan_priority(const Mp& p, unsigned int key, unsigned int& priority)
 {
     return op(83, "get_port_vlan_priority", [&] {
-        return key <= 7 && on_port(port_or_null(p), [&](PortState& s) {
+        return within("priority", key, 0, 7) && on_port(p, [&](PortState& s) {
                    auto found = s.vlan_priority.find(key);
                    priority = found == s.vlan_priority.end() ? key : found->second;
                    return true;
@@ -42,14 +43,14 @@ bool SwitchModel::get_port_vlan_priority(const Mp& p, unsigned int key, unsigned
 bool SwitchModel::set_port_vlan_accept_frame(const Mp& p, bool tagged_only)
 {
     return op(84, "set_port_vlan_accept_frame", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return s.tagged_only = tagged_only, true; });
+        return on_port(p, [&](PortState& s) { return s.tagged_only = tagged_only, true; });
     }, p, tagged_only);
 }
 
 bool SwitchModel::get_port_vlan_accept_frame(const Mp& p, bool& tagged_only)
 {
     return op(85, "get_port_vlan_accept_frame", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return tagged_only = s.tagged_only, true; });
+        return on_port(p, [&](PortState& s) { return tagged_only = s.tagged_only, true; });
     }, p);
 }
 
@@ -57,8 +58,8 @@ bool SwitchModel::set_port_protocol_vlan(const Mp& p, frame_type_t frame, unsign
                                          unsigned int vlan)
 {
     return op(88, "set_port_protocol_vlan", [&] {
-        return frame >= FRAME_TYPE_ETHERNET2 && frame <= FRAME_TYPE_SNAP && vlan_exists(vlan) &&
-               on_port(port_or_null(p), [&](PortState& s) {
+        return within("frame type", frame, FRAME_TYPE_ETHERNET2, FRAME_TYPE_SNAP) && known_vlan(vlan) &&
+               on_port(p, [&](PortState& s) {
                    return s.protocol_vlans[std::make_pair(static_cast<int>(frame), protocol)] = vlan,
                           true;
                });
@@ -68,8 +69,10 @@ bool SwitchModel::set_port_protocol_vlan(const Mp& p, frame_type_t frame, unsign
 bool SwitchModel::delete_port_protocol_vlan(const Mp& p, frame_type_t frame, unsigned short protocol)
 {
     return op(89, "delete_port_protocol_vlan", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) {
-            return s.protocol_vlans.erase(std::make_pair(static_cast<int>(frame), protocol)) == 1;
+        return on_port(p, [&](PortState& s) {
+            return s.protocol_vlans.erase(std::make_pair(static_cast<int>(frame), protocol)) == 1 ||
+                   refuse("port ", port_name(p), " has no VLAN for protocol ", protocol, " in frame type ",
+                          frame);
         });
     }, p, frame, protocol);
 }
@@ -77,7 +80,7 @@ bool SwitchModel::delete_port_protocol_vlan(const Mp& p, frame_type_t frame, uns
 bool SwitchModel::delete_port_protocol_vlan_all(const Mp& p)
 {
     return op(90, "delete_port_protocol_vlan_all", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return s.protocol_vlans.clear(), true; });
+        return on_port(p, [&](PortState& s) { return s.protocol_vlans.clear(), true; });
     }, p);
 }
 
@@ -85,24 +88,24 @@ bool SwitchModel::delete_port_protocol_vlan_all(const Mp& p)
 bool SwitchModel::set_port_stp_state(const Mp& p, stp_state_t state)
 {
     return op(49, "set_port_stp_state", [&] {
-        return state >= STP_STATE_DISABLED && state <= STP_STATE_FORWARDING &&
-               on_port(port_or_null(p), [&](PortState& s) { return s.stp = state, true; });
+        return within("STP state", state, STP_STATE_DISABLED, STP_STATE_FORWARDING) &&
+               on_port(p, [&](PortState& s) { return s.stp = state, true; });
     }, p, state);
 }
 
 bool SwitchModel::get_port_stp_state(const Mp& p, stp_state_t& state)
 {
     return op(50, "get_port_stp_state", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return state = s.stp, true; });
+        return on_port(p, [&](PortState& s) { return state = s.stp, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_mstp_state(unsigned int instance, const Mp& p, mstp_state_t state)
 {
     return op(7, "set_port_mstp_state", [&] {
-        return instance <= 4094 && state >= MSTP_STATE_DISCARDING &&
-               state <= MSTP_STATE_FORWARDING &&
-               on_port(port_or_null(p), [&](PortState& s) { return s.mstp[instance] = state, true; });
+        return within("MSTP instance", instance, 0, 4094) &&
+               within("MSTP state", state, MSTP_STATE_DISCARDING, MSTP_STATE_FORWARDING) &&
+               on_port(p, [&](PortState& s) { return s.mstp[instance] = state, true; });
     }, instance, p, state);
 }
 
@@ -110,7 +113,7 @@ bool SwitchModel::set_port_mstp_state(unsigned int instance, const Mp& p, mstp_s
 bool SwitchModel::get_port_mstp_state(unsigned int instance, const Mp& p, mstp_state_t& state)
 {
     return op(8, "get_port_mstp_state", [&] {
-        return instance <= 4094 && on_port(port_or_null(p), [&](PortState& s) {
+        return within("MSTP instance", instance, 0, 4094) && on_port(p, [&](PortState& s) {
                    auto found = s.mstp.find(instance);
                    state = found == s.mstp.end() ? MSTP_STATE_FORWARDING : found->second;
                    return true;
@@ -121,14 +124,14 @@ bool SwitchModel::get_port_mstp_state(unsigned int instance, const Mp& p, mstp_s
 bool SwitchModel::set_port_bpdu_processing(const Mp& p, bool enabled)
 {
     return op(51, "set_port_bpdu_processing", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return s.bpdu_processing = enabled, true; });
+        return on_port(p, [&](PortState& s) { return s.bpdu_processing = enabled, true; });
     }, p, enabled);
 }
 
 bool SwitchModel::get_port_bpdu_processing(const Mp& p, bool& enabled)
 {
     return op(52, "get_port_bpdu_processing", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return enabled = s.bpdu_processing, true; });
+        return on_port(p, [&](PortState& s) { return enabled = s.bpdu_processing, true; });
     }, p);
 }
 
@@ -136,29 +139,29 @@ bool SwitchModel::get_port_bpdu_processing(const Mp& p, bool& enabled)
 bool SwitchModel::set_port_stat_enable(const Mp& p, bool enabled)
 {
     return op(36, "set_port_stat_enable", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return s.stats_enabled = enabled, true; });
+        return on_port(p, [&](PortState& s) { return s.stats_enabled = enabled, true; });
     }, p, enabled);
 }
 
 bool SwitchModel::get_port_stat_enabled(const Mp& p, bool& enabled)
 {
     return op(37, "get_port_stat_enabled", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return enabled = s.stats_enabled, true; });
+        return on_port(p, [&](PortState& s) { return enabled = s.stats_enabled, true; });
     }, p);
 }
 
 bool SwitchModel::get_port_stat_counter(const Mp& p, stat_type_t type, unsigned long long& value)
 {
     return op(38, "get_port_stat_counter", [&] {
-        return type >= 0 && type < STAT_TYPE_COUNT &&
-               on_port(port_or_null(p), [&](PortState& s) { return value = s.counters[type], true; });
+        return within("counter type", type, 0, STAT_TYPE_COUNT - 1) &&
+               on_port(p, [&](PortState& s) { return value = s.counters[type], true; });
     }, p, type);
 }
 
 bool SwitchModel::get_port_stat_counter32(const Mp& p, stat_type_t type, unsigned int& value)
 {
     return op(39, "get_port_stat_counter32", [&] {
-        return type >= 0 && type < STAT_TYPE_COUNT && on_port(port_or_null(p), [&](PortState& s) {
+        return within("counter type", type, 0, STAT_TYPE_COUNT - 1) && on_port(p, [&](PortState& s) {
                    value = static_cast<unsigned int>(s.counters[type]);
                    return true;
                });
@@ -168,7 +171,7 @@ bool SwitchModel::get_port_stat_counter32(const Mp& p, stat_type_t type, unsigne
 bool SwitchModel::get_port_stat_counter_all64(const Mp& p, std::list<StatCounter64>& counters)
 {
     return op(40, "get_port_stat_counter_all64", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) {
+        return on_port(p, [&](PortState& s) {
             for (int type = 0; type < STAT_TYPE_COUNT; ++type)
                 counters.push_back(StatCounter64{static_cast<stat_type_t>(type), 0, s.counters[type]});
             return true;
@@ -179,7 +182,7 @@ bool SwitchModel::get_port_stat_counter_all64(const Mp& p, std::list<StatCounter
 bool SwitchModel::get_port_stat_counter_all32(const Mp& p, std::list<StatCounter32>& counters)
 {
     return op(41, "get_port_stat_counter_all32", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) {
+        return on_port(p, [&](PortState& s) {
             for (int type = 0; type < STAT_TYPE_COUNT; ++type)
                 counters.push_back(StatCounter32{static_cast<stat_type_t>(type),
                                                  static_cast<unsigned int>(s.counters[type])});
@@ -193,7 +196,7 @@ bool SwitchModel::get_port_stat_counter_all64_ext(const Mp& p, StatCounter64* co
                                                   unsigned int& count)
 {
     return op(42, "get_port_stat_counter_all64_ext", [&] {
-        return counters && on_port(port_or_null(p), [&](PortState& s) {
+        return given(counters, "counter array") && on_port(p, [&](PortState& s) {
                    unsigned int written = 0;
                    for (; written < count && written < STAT_TYPE_COUNT; ++written)
                        counters[written] = StatCounter64{static_cast<stat_type_t>(written), 0,
@@ -208,7 +211,7 @@ bool SwitchModel::get_port_stat_counter_all32_ext(const Mp& p, StatCounter32* co
                                                   unsigned int& count)
 {
     return op(43, "get_port_stat_counter_all32_ext", [&] {
-        return counters && on_port(port_or_null(p), [&](PortState& s) {
+        return given(counters, "counter array") && on_port(p, [&](PortState& s) {
                    unsigned int written = 0;
                    for (; written < count && written < STAT_TYPE_COUNT; ++written)
                        counters[written] =
@@ -247,8 +250,8 @@ bool SwitchModel::get_port_brief_stat_counter64(const Mp& p, brief_stat_type_t t
                                                 unsigned long long& value)
 {
     return op(44, "get_port_brief_stat_counter64", [&] {
-        return type >= 0 && type < BRIEF_STAT_TYPE_COUNT &&
-               on_port(port_or_null(p), [&](PortState& s) { return value = brief_value(s, type), true; });
+        return within("brief counter type", type, 0, BRIEF_STAT_TYPE_COUNT - 1) &&
+               on_port(p, [&](PortState& s) { return value = brief_value(s, type), true; });
     }, p, type);
 }
 
@@ -256,7 +259,7 @@ bool SwitchModel::get_port_brief_stat_counter32(const Mp& p, brief_stat_type_t t
                                                 unsigned int& value)
 {
     return op(45, "get_port_brief_stat_counter32", [&] {
-        return type >= 0 && type < BRIEF_STAT_TYPE_COUNT && on_port(port_or_null(p), [&](PortState& s) {
+        return within("brief counter type", type, 0, BRIEF_STAT_TYPE_COUNT - 1) && on_port(p, [&](PortState& s) {
                    value = static_cast<unsigned int>(brief_value(s, type));
                    return true;
                });
@@ -267,7 +270,7 @@ bool SwitchModel::get_port_brief_stat_counter_all64(const Mp& p,
                                                     std::list<BriefStatCounter64>& counters)
 {
     return op(46, "get_port_brief_stat_counter_all64", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) {
+        return on_port(p, [&](PortState& s) {
             for (int type = 0; type < BRIEF_STAT_TYPE_COUNT; ++type)
                 counters.push_back(BriefStatCounter64{static_cast<brief_stat_type_t>(type), 0,
                                                       brief_value(s, static_cast<brief_stat_type_t>(type))});
@@ -279,7 +282,7 @@ bool SwitchModel::get_port_brief_stat_counter_all64(const Mp& p,
 bool SwitchModel::clear_port_stat_counter(const Mp& p)
 {
     return op(48, "clear_port_stat_counter", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return s.counters.fill(0), true; });
+        return on_port(p, [&](PortState& s) { return s.counters.fill(0), true; });
     }, p);
 }
 

@@ -58,76 +58,131 @@ PortState* SwitchModel::port_or_null(const Mp& port)
 
 PortState* SwitchModel::port_state(const Mp& port) { return port_or_null(port); }
 
-bool SwitchModel::all_physical(const std::list<Mp>& ports) const
+std::string SwitchModel::port_name(const Mp& port) const
+{
+    if (!physical(port)) return "hardware port " + vorn_format::text(port);
+    return vorn_format::text(usp_of(port, false));
+}
+
+// --- Checks that refuse with a reason.
+bool SwitchModel::known_port(const Mp& port)
+{
+    return physical(port) || refuse("unknown ", port_name(port));
+}
+
+bool SwitchModel::known_ports(const std::list<Mp>& ports)
 {
     for (const Mp& port : ports)
-        if (!physical(port)) return false;
+        if (!known_port(port)) return false;
     return true;
+}
+
+bool SwitchModel::vlan_id(unsigned int vlan)
+{
+    return (vlan >= 1 && vlan <= 4094) || refuse("VLAN ", vlan, " is outside 1-4094");
+}
+
+bool SwitchModel::known_vlan(unsigned int vlan)
+{
+    return vlan_exists(vlan) || refuse("VLAN ", vlan, " does not exist");
+}
+
+Lag* SwitchModel::known_lag(unsigned int lag_id)
+{
+    Lag* found = lag(lag_id);
+    if (!found) refuse("LAG ", lag_name(lag_id), " does not exist");
+    return found;
+}
+
+bool SwitchModel::known_target(const Mp& port, bool trunk)
+{
+    return trunk ? known_lag(port.port()) != nullptr : known_port(port);
+}
+
+bool SwitchModel::within(const char* what, long long value, long long low, long long high)
+{
+    return (value >= low && value <= high) ||
+           refuse(what, " ", value, " is out of range (", low, "-", high, ")");
+}
+
+bool SwitchModel::flags_within(const char* what, long long value, long long all)
+{
+    return (value & ~all) == 0 || refuse(what, " ", value, " has bits outside ", all);
+}
+
+bool SwitchModel::given(const void* pointer, const char* what)
+{
+    return pointer || refuse("no ", what, " given (null pointer)");
+}
+
+bool SwitchModel::room(const char* table, std::size_t used, std::size_t capacity)
+{
+    return used < capacity || refuse(table, " full (", capacity, " entries)");
 }
 
 // --- Physical settings.
 bool SwitchModel::set_port_state(const Mp& p, bool enabled)
 {
     return op(18, "set_port_state", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return s.admin = enabled, true; });
+        return on_port(p, [&](PortState& s) { return s.admin = enabled, true; });
     }, p, enabled);
 }
 
 bool SwitchModel::get_port_state(const Mp& p, bool& enabled)
 {
     return op(19, "get_port_state", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return enabled = s.admin, true; });
+        return on_port(p, [&](PortState& s) { return enabled = s.admin, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_autoneg(const Mp& p, bool enabled)
 {
     return op(22, "set_port_autoneg", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return s.autoneg = enabled, true; });
+        return on_port(p, [&](PortState& s) { return s.autoneg = enabled, true; });
     }, p, enabled);
 }
 
 bool SwitchModel::get_port_autoneg(const Mp& p, bool& enabled)
 {
     return op(23, "get_port_autoneg", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return enabled = s.autoneg, true; });
+        return on_port(p, [&](PortState& s) { return enabled = s.autoneg, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_speed(const Mp& p, speed_type_t speed)
 {
     return op(24, "set_port_speed", [&] {
-        return speed >= SPEED_10M && speed <= SPEED_100G &&
-               on_port(port_or_null(p), [&](PortState& s) { return s.speed = speed, true; });
+        return within("speed", speed, SPEED_10M, SPEED_100G) &&
+               on_port(p, [&](PortState& s) { return s.speed = speed, true; });
     }, p, speed);
 }
 
 bool SwitchModel::get_port_speed(const Mp& p, speed_type_t& speed)
 {
     return op(25, "get_port_speed", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return speed = s.speed, true; });
+        return on_port(p, [&](PortState& s) { return speed = s.speed, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_duplex(const Mp& p, duplex_type_t duplex)
 {
     return op(26, "set_port_duplex", [&] {
-        return (duplex == DUPLEX_HALF || duplex == DUPLEX_FULL) &&
-               on_port(port_or_null(p), [&](PortState& s) { return s.duplex = duplex, true; });
+        return within("duplex", duplex, DUPLEX_HALF, DUPLEX_FULL) &&
+               on_port(p, [&](PortState& s) { return s.duplex = duplex, true; });
     }, p, duplex);
 }
 
 bool SwitchModel::get_port_duplex(const Mp& p, duplex_type_t& duplex)
 {
     return op(27, "get_port_duplex", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return duplex = s.duplex, true; });
+        return on_port(p, [&](PortState& s) { return duplex = s.duplex, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_flow_control_8023x(const Mp& p, bool receive, bool transmit)
 {
     return op(28, "set_port_flow_control_8023x", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) {
+        return on_port(p, [&](PortState& s) {
             s.flow_control_rx = receive;
             s.flow_control_tx = transmit;
             return true;
@@ -139,7 +194,7 @@ bool SwitchModel::get_port_flow_control_8023x(const Mp& p, unsigned int& receive
                                               unsigned int& transmit)
 {
     return op(29, "get_port_flow_control_8023x", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) {
+        return on_port(p, [&](PortState& s) {
             receive = s.flow_control_rx ? 1 : 0;
             transmit = s.flow_control_tx ? 1 : 0;
             return true;
@@ -150,37 +205,37 @@ bool SwitchModel::get_port_flow_control_8023x(const Mp& p, unsigned int& receive
 bool SwitchModel::set_port_jaming_control(const Mp& p, bool enabled)
 {
     return op(30, "set_port_jaming_control", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return s.jamming = enabled, true; });
+        return on_port(p, [&](PortState& s) { return s.jamming = enabled, true; });
     }, p, enabled);
 }
 
 bool SwitchModel::get_port_jaming_control(const Mp& p, bool& enabled)
 {
     return op(31, "get_port_jaming_control", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return enabled = s.jamming, true; });
+        return on_port(p, [&](PortState& s) { return enabled = s.jamming, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_mtu(const Mp& p, unsigned int mtu)
 {
     return op(34, "set_port_mtu", [&] {
-        return mtu >= 64 && mtu <= 9216 &&
-               on_port(port_or_null(p), [&](PortState& s) { return s.mtu = mtu, true; });
+        return within("MTU", mtu, 64, 9216) &&
+               on_port(p, [&](PortState& s) { return s.mtu = mtu, true; });
     }, p, mtu);
 }
 
 bool SwitchModel::get_port_mtu(const Mp& p, unsigned int& mtu)
 {
     return op(35, "get_port_mtu", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return mtu = s.mtu, true; });
+        return on_port(p, [&](PortState& s) { return mtu = s.mtu, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_link_state(const Mp& p, phy_state_t state)
 {
     return op(64, "set_port_link_state", [&] {
-        return (state == PHY_STATE_DOWN || state == PHY_STATE_UP) &&
-               on_port(port_or_null(p), [&](PortState& s) { return s.link = state, true; });
+        return within("link state", state, PHY_STATE_DOWN, PHY_STATE_UP) &&
+               on_port(p, [&](PortState& s) { return s.link = state, true; });
     }, p, state);
 }
 
@@ -188,7 +243,7 @@ bool SwitchModel::set_port_link_state(const Mp& p, phy_state_t state)
 bool SwitchModel::get_port_link_state(const Mp& p, phy_state_t& state)
 {
     return op(65, "get_port_link_state", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) {
+        return on_port(p, [&](PortState& s) {
             state = s.admin ? s.link : PHY_STATE_DOWN;
             return true;
         });
@@ -198,29 +253,29 @@ bool SwitchModel::get_port_link_state(const Mp& p, phy_state_t& state)
 bool SwitchModel::get_port_ability(const Mp& p, port_ability_type_t& ability)
 {
     return op(96, "get_port_ability", [&] {
-        return on_port(port_or_null(p), [&](PortState&) { return ability = all_abilities, true; });
+        return on_port(p, [&](PortState&) { return ability = all_abilities, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_advertising_ability(const Mp& p, port_ability_type_t ability)
 {
     return op(97, "set_port_advertising_ability", [&] {
-        return (ability & ~all_abilities) == 0 &&
-               on_port(port_or_null(p), [&](PortState& s) { return s.advertised = ability, true; });
+        return flags_within("abilities", ability, all_abilities) &&
+               on_port(p, [&](PortState& s) { return s.advertised = ability, true; });
     }, p, ability);
 }
 
 bool SwitchModel::get_port_advertising_ability(const Mp& p, port_ability_type_t& ability)
 {
     return op(98, "get_port_advertising_ability", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return ability = s.advertised, true; });
+        return on_port(p, [&](PortState& s) { return ability = s.advertised, true; });
     }, p);
 }
 
 bool SwitchModel::get_port_current_ability(const Mp& p, port_ability_type_t& ability)
 {
     return op(99, "get_port_current_ability", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) {
+        return on_port(p, [&](PortState& s) {
             ability = speed_ability(s.speed, s.duplex);
             return true;
         });
@@ -231,7 +286,7 @@ bool SwitchModel::get_port_current_ability(const Mp& p, port_ability_type_t& abi
 bool SwitchModel::get_port_peer_ability(Mp p, port_ability_type_t& ability)
 {
     return op(100, "get_port_peer_ability", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) {
+        return on_port(p, [&](PortState& s) {
             ability = s.link == PHY_STATE_UP ? all_abilities : PORT_ABILITY_NONE;
             return true;
         });
@@ -242,10 +297,11 @@ bool SwitchModel::get_port_peer_ability(Mp p, port_ability_type_t& ability)
 bool SwitchModel::set_port_mirror(const Mp& target, const Mp& source, mirror_type_t type)
 {
     return op(16, "set_port_mirror", [&] {
-        PortState* s = port_or_null(source);
-        if (!s || !physical(target) || target == source || type < MIRROR_TYPE_NONE ||
-            type > MIRROR_TYPE_BOTH)
+        if (!known_port(source) || !known_port(target) ||
+            !within("mirror type", type, MIRROR_TYPE_NONE, MIRROR_TYPE_BOTH))
             return false;
+        if (target == source) return refuse("port ", port_name(source), " cannot mirror to itself");
+        PortState* s = port_or_null(source);
         s->mirrored = type != MIRROR_TYPE_NONE;
         s->mirror_target = target;
         s->mirror_type = type;
@@ -256,10 +312,11 @@ bool SwitchModel::set_port_mirror(const Mp& target, const Mp& source, mirror_typ
 bool SwitchModel::get_port_mirror(Mp& target, const Mp& source, mirror_type_t& type)
 {
     return op(17, "get_port_mirror", [&] {
-        PortState* s = port_or_null(source);
-        if (!s || !s->mirrored) return false;
-        target = s->mirror_target;
-        type = s->mirror_type;
+        if (!known_port(source)) return false;
+        const PortState& s = ports_[index_of(source)];
+        if (!s.mirrored) return refuse("port ", port_name(source), " mirrors nothing");
+        target = s.mirror_target;
+        type = s.mirror_type;
         return true;
     }, source);
 }
@@ -267,79 +324,79 @@ bool SwitchModel::get_port_mirror(Mp& target, const Mp& source, mirror_type_t& t
 bool SwitchModel::set_port_broadcast_control(const Mp& p, unsigned int rate)
 {
     return op(70, "set_port_broadcast_control", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return s.broadcast_rate = rate, true; });
+        return on_port(p, [&](PortState& s) { return s.broadcast_rate = rate, true; });
     }, p, rate);
 }
 
 bool SwitchModel::get_port_broadcast_control(const Mp& p, unsigned int& rate)
 {
     return op(71, "get_port_broadcast_control", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return rate = s.broadcast_rate, true; });
+        return on_port(p, [&](PortState& s) { return rate = s.broadcast_rate, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_multicast_control(const Mp& p, unsigned int rate)
 {
     return op(72, "set_port_multicast_control", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return s.multicast_rate = rate, true; });
+        return on_port(p, [&](PortState& s) { return s.multicast_rate = rate, true; });
     }, p, rate);
 }
 
 bool SwitchModel::get_port_multicast_control(const Mp& p, unsigned int& rate)
 {
     return op(73, "get_port_multicast_control", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return rate = s.multicast_rate, true; });
+        return on_port(p, [&](PortState& s) { return rate = s.multicast_rate, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_unicast_control(const Mp& p, unsigned int rate)
 {
     return op(74, "set_port_unicast_control", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return s.unicast_rate = rate, true; });
+        return on_port(p, [&](PortState& s) { return s.unicast_rate = rate, true; });
     }, p, rate);
 }
 
 bool SwitchModel::get_port_unicast_control(const Mp& p, unsigned int& rate)
 {
     return op(75, "get_port_unicast_control", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return rate = s.unicast_rate, true; });
+        return on_port(p, [&](PortState& s) { return rate = s.unicast_rate, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_egress_admin_state(const Mp& p, bool enabled)
 {
     return op(76, "set_port_egress_admin_state", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return s.egress = enabled, true; });
+        return on_port(p, [&](PortState& s) { return s.egress = enabled, true; });
     }, p, enabled);
 }
 
 bool SwitchModel::get_port_egress_admin_state(const Mp& p, bool& enabled)
 {
     return op(77, "get_port_egress_admin_state", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return enabled = s.egress, true; });
+        return on_port(p, [&](PortState& s) { return enabled = s.egress, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_ingress_discarding(const Mp& p, ingress_discard_type_t type)
 {
     return op(78, "set_port_ingress_discarding", [&] {
-        return type >= INGRESS_DISCARD_NONE && type <= INGRESS_DISCARD_ALL &&
-               on_port(port_or_null(p), [&](PortState& s) { return s.ingress_discard = type, true; });
+        return within("ingress discard type", type, INGRESS_DISCARD_NONE, INGRESS_DISCARD_ALL) &&
+               on_port(p, [&](PortState& s) { return s.ingress_discard = type, true; });
     }, p, type);
 }
 
 bool SwitchModel::get_port_ingress_discarding(const Mp& p, ingress_discard_type_t& type)
 {
     return op(79, "get_port_ingress_discarding", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return type = s.ingress_discard, true; });
+        return on_port(p, [&](PortState& s) { return type = s.ingress_discard, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_flood_blocking(const Mp& p, const Mp& other, flood_block_type_t type)
 {
     return op(101, "set_port_flood_blocking", [&] {
-        return physical(other) && (type & ~FLOOD_BLOCK_ALL) == 0 &&
-               on_port(port_or_null(p), [&](PortState& s) {
+        return known_port(other) && flags_within("flood blocking type", type, FLOOD_BLOCK_ALL) &&
+               on_port(p, [&](PortState& s) {
                    return s.flood_blocking[index_of(other)] = type, true;
                });
     }, p, other, type);
@@ -348,7 +405,7 @@ bool SwitchModel::set_port_flood_blocking(const Mp& p, const Mp& other, flood_bl
 bool SwitchModel::get_port_flood_blocking(const Mp& p, const Mp& other, flood_block_type_t& type)
 {
     return op(102, "get_port_flood_blocking", [&] {
-        return physical(other) && on_port(port_or_null(p), [&](PortState& s) {
+        return known_port(other) && on_port(p, [&](PortState& s) {
                    auto found = s.flood_blocking.find(index_of(other));
                    type = found == s.flood_blocking.end() ? FLOOD_BLOCK_NONE : found->second;
                    return true;
@@ -359,7 +416,7 @@ bool SwitchModel::get_port_flood_blocking(const Mp& p, const Mp& other, flood_bl
 bool SwitchModel::set_port_flood_blocking_cpu(const Mp& p, flood_block_type_t type)
 {
     return op(103, "set_port_flood_blocking_cpu", [&] {
-        return (type & ~FLOOD_BLOCK_ALL) == 0 && on_port(port_or_null(p), [&](PortState& s) {
+        return flags_within("flood blocking type", type, FLOOD_BLOCK_ALL) && on_port(p, [&](PortState& s) {
                    return s.flood_blocking_cpu = type, true;
                });
     }, p, type);
@@ -368,15 +425,15 @@ bool SwitchModel::set_port_flood_blocking_cpu(const Mp& p, flood_block_type_t ty
 bool SwitchModel::get_port_flood_blocking_cpu(const Mp& p, flood_block_type_t& type)
 {
     return op(104, "get_port_flood_blocking_cpu", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return type = s.flood_blocking_cpu, true; });
+        return on_port(p, [&](PortState& s) { return type = s.flood_blocking_cpu, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_cos_mapping(const Mp& p, unsigned int key, unsigned int queue)
 {
     return op(105, "set_port_cos_mapping", [&] {
-        return key <= 7 && queue <= 7 &&
-               on_port(port_or_null(p), [&](PortState& s) { return s.cos_map[key] = queue, true; });
+        return within("priority", key, 0, 7) && within("queue", queue, 0, 7) &&
+               on_port(p, [&](PortState& s) { return s.cos_map[key] = queue, true; });
     }, p, key, queue);
 }
 
@@ -384,7 +441,7 @@ bool SwitchModel::set_port_cos_mapping(const Mp& p, unsigned int key, unsigned i
 bool SwitchModel::get_port_cos_mapping(const Mp& p, unsigned int key, unsigned int& queue)
 {
     return op(106, "get_port_cos_mapping", [&] {
-        return key <= 7 && on_port(port_or_null(p), [&](PortState& s) {
+        return within("priority", key, 0, 7) && on_port(p, [&](PortState& s) {
                    auto found = s.cos_map.find(key);
                    queue = found == s.cos_map.end() ? key : found->second;
                    return true;
@@ -395,7 +452,7 @@ bool SwitchModel::get_port_cos_mapping(const Mp& p, unsigned int key, unsigned i
 bool SwitchModel::set_port_switch_unknown_unicast_to_cpu(const Mp& p, bool enabled)
 {
     return op(121, "set_port_switch_unknown_unicast_to_cpu", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) {
+        return on_port(p, [&](PortState& s) {
             return s.unknown_unicast_to_cpu = enabled, true;
         });
     }, p, enabled);
@@ -404,7 +461,7 @@ bool SwitchModel::set_port_switch_unknown_unicast_to_cpu(const Mp& p, bool enabl
 bool SwitchModel::get_port_switch_unknown_unicast_to_cpu(const Mp& p, bool& enabled)
 {
     return op(122, "get_port_switch_unknown_unicast_to_cpu", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) {
+        return on_port(p, [&](PortState& s) {
             return enabled = s.unknown_unicast_to_cpu, true;
         });
     }, p);
@@ -413,28 +470,28 @@ bool SwitchModel::get_port_switch_unknown_unicast_to_cpu(const Mp& p, bool& enab
 bool SwitchModel::set_port_l2_enable(const Mp& p, bool enabled)
 {
     return op(120, "set_port_l2_enable", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return s.l2 = enabled, true; });
+        return on_port(p, [&](PortState& s) { return s.l2 = enabled, true; });
     }, p, enabled);
 }
 
 bool SwitchModel::set_port_mac_lock(const Mp& p, bool locked)
 {
     return op(66, "set_port_mac_lock", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return s.mac_lock = locked, true; });
+        return on_port(p, [&](PortState& s) { return s.mac_lock = locked, true; });
     }, p, locked);
 }
 
 bool SwitchModel::get_port_mac_lock(const Mp& p, bool& locked)
 {
     return op(67, "get_port_mac_lock", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) { return locked = s.mac_lock, true; });
+        return on_port(p, [&](PortState& s) { return locked = s.mac_lock, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_mac_lock_ext(const Mp& p, bool locked, bool drop_unknown)
 {
     return op(68, "set_port_mac_lock_ext", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) {
+        return on_port(p, [&](PortState& s) {
             s.mac_lock = locked;
             s.drop_unknown = drop_unknown;
             return true;
@@ -445,7 +502,7 @@ bool SwitchModel::set_port_mac_lock_ext(const Mp& p, bool locked, bool drop_unkn
 bool SwitchModel::get_port_mac_lock_ext(const Mp& p, bool& locked, bool& drop_unknown)
 {
     return op(69, "get_port_mac_lock_ext", [&] {
-        return on_port(port_or_null(p), [&](PortState& s) {
+        return on_port(p, [&](PortState& s) {
             locked = s.mac_lock;
             drop_unknown = s.drop_unknown;
             return true;

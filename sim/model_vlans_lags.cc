@@ -18,12 +18,21 @@ bool contains(const std::vector<Mp>& ports, const Mp& port)
     return std::find(ports.begin(), ports.end(), port) != ports.end();
 }
 
+// How many different ports the list names.
+std::size_t distinct(const std::list<Mp>& ports)
+{
+    std::vector<Mp> seen;
+    for (const Mp& port : ports)
+        if (!contains(seen, port)) seen.push_back(port);
+    return seen.size();
+}
+
 }  // namespace
 
 bool SwitchModel::create_vlan(unsigned int vlan)
 {
     return op(0, "create_vlan", [&] {
-        return valid_vlan(vlan) && vlans_.emplace(vlan, Vlan()).second;
+        return vlan_id(vlan) && (vlans_.emplace(vlan, Vlan()).second || refuse("VLAN ", vlan, " already exists"));
     }, vlan);
 }
 
@@ -31,7 +40,8 @@ bool SwitchModel::create_vlan(unsigned int vlan)
 bool SwitchModel::delete_vlan(unsigned int vlan)
 {
     return op(1, "delete_vlan", [&] {
-        if (vlans_.erase(vlan) == 0) return false;
+        if (!known_vlan(vlan)) return false;
+        vlans_.erase(vlan);
         for (auto it = fdb_.begin(); it != fdb_.end();)
             it = it->first.vlan == vlan ? fdb_.erase(it) : std::next(it);
         return true;
@@ -43,9 +53,8 @@ bool SwitchModel::delete_vlan(unsigned int vlan)
 bool SwitchModel::add_ports_to_vlan(unsigned int vlan, std::list<Mp>& tagged, std::list<Mp>& untagged)
 {
     return op(2, "add_ports_to_vlan", [&] {
-        auto found = vlans_.find(vlan);
-        if (found == vlans_.end() || !all_physical(tagged) || !all_physical(untagged)) return false;
-        Vlan& v = found->second;
+        if (!known_vlan(vlan) || !known_ports(tagged) || !known_ports(untagged)) return false;
+        Vlan& v = vlans_[vlan];
         for (const Mp& port : tagged) {
             remove_port(v.untagged, port);
             if (!contains(v.tagged, port)) v.tagged.push_back(port);
@@ -61,11 +70,11 @@ bool SwitchModel::add_ports_to_vlan(unsigned int vlan, std::list<Mp>& tagged, st
 bool SwitchModel::delete_ports_from_vlan(unsigned int vlan, std::list<Mp>& ports)
 {
     return op(4, "delete_ports_from_vlan", [&] {
-        auto found = vlans_.find(vlan);
-        if (found == vlans_.end() || !all_physical(ports)) return false;
+        if (!known_vlan(vlan) || !known_ports(ports)) return false;
+        Vlan& v = vlans_[vlan];
         for (const Mp& port : ports) {
-            remove_port(found->second.tagged, port);
-            remove_port(found->second.untagged, port);
+            remove_port(v.tagged, port);
+            remove_port(v.untagged, port);
         }
         return true;
     }, vlan, ports);
@@ -74,10 +83,10 @@ bool SwitchModel::delete_ports_from_vlan(unsigned int vlan, std::list<Mp>& ports
 bool SwitchModel::get_vlan_info(unsigned int vlan, std::list<Mp>& tagged, std::list<Mp>& untagged)
 {
     return op(6, "get_vlan_info", [&] {
-        auto found = vlans_.find(vlan);
-        if (found == vlans_.end()) return false;
-        tagged.assign(found->second.tagged.begin(), found->second.tagged.end());
-        untagged.assign(found->second.untagged.begin(), found->second.untagged.end());
+        if (!known_vlan(vlan)) return false;
+        const Vlan& v = vlans_[vlan];
+        tagged.assign(v.tagged.begin(), v.tagged.end());
+        untagged.assign(v.untagged.begin(), v.untagged.end());
         return true;
     }, vlan);
 }
@@ -85,7 +94,7 @@ bool SwitchModel::get_vlan_info(unsigned int vlan, std::list<Mp>& tagged, std::l
 bool SwitchModel::set_mac_vlan(const unsigned char* mac, unsigned int vlan, unsigned int priority)
 {
     return op(91, "set_mac_vlan", [&] {
-        if (!mac || !valid_vlan(vlan) || priority > 7) return false;
+        if (!given(mac, "MAC address") || !vlan_id(vlan) || !within("priority", priority, 0, 7)) return false;
         MacAddress key;
         std::copy(mac, mac + 6, key.begin());
         mac_vlans_[key] = std::make_pair(vlan, priority);
@@ -97,7 +106,7 @@ bool SwitchModel::set_ipv4_subnet_vlan(unsigned int address, unsigned int mask, 
                                        unsigned int priority)
 {
     return op(92, "set_ipv4_subnet_vlan", [&] {
-        if (!valid_vlan(vlan) || priority > 7) return false;
+        if (!vlan_id(vlan) || !within("priority", priority, 0, 7)) return false;
         ipv4_subnet_vlans_[std::make_pair(address & mask, mask)] = std::make_pair(vlan, priority);
         return true;
     }, address, mask, vlan, priority);
@@ -107,7 +116,9 @@ bool SwitchModel::set_ipv6_subnet_vlan(const unsigned char* address, unsigned in
                                        unsigned int vlan, unsigned int priority)
 {
     return op(93, "set_ipv6_subnet_vlan", [&] {
-        if (!address || prefix_length > 128 || !valid_vlan(vlan) || priority > 7) return false;
+        if (!given(address, "IPv6 address") || !within("prefix length", prefix_length, 0, 128) ||
+            !vlan_id(vlan) || !within("priority", priority, 0, 7))
+            return false;
         Ipv6Address key;
         std::copy(address, address + 16, key.begin());
         ipv6_subnet_vlans_[std::make_pair(key, prefix_length)] = std::make_pair(vlan, priority);
@@ -142,13 +153,13 @@ bool SwitchModel::create_lag(unsigned int& lag_id)
                 lag_id = id;
                 return true;
             }
-        return false;
+        return refuse("LAG table full (", config_.max_lags, " LAGs)");
     });
 }
 
 bool SwitchModel::delete_lag(unsigned int lag_id)
 {
-    return op(10, "delete_lag", [&] { return lags_.erase(lag_id) == 1; }, lag_id);
+    return op(10, "delete_lag", [&] { return known_lag(lag_id) && lags_.erase(lag_id) == 1; }, lag_id);
 }
 
 // The list is the LAG's complete new member set.  A port may belong to one
@@ -156,12 +167,17 @@ bool SwitchModel::delete_lag(unsigned int lag_id)
 bool SwitchModel::add_ports_to_lag(unsigned int lag_id, std::list<Mp>& ports)
 {
     return op(11, "add_ports_to_lag", [&] {
-        Lag* l = lag(lag_id);
-        if (!l || !all_physical(ports) || ports.size() > config_.max_lag_members) return false;
+        Lag* l = known_lag(lag_id);
+        if (!l || !known_ports(ports)) return false;
         for (const Mp& port : ports) {
             unsigned int other = 0;
-            if (lag_of_member(port, other) && other != lag_id) return false;
+            if (lag_of_member(port, other) && other != lag_id)
+                return refuse("port ", port_name(port), " is already in LAG ", lag_name(other));
         }
+        const std::size_t members = distinct(ports);
+        if (members > config_.max_lag_members)
+            return refuse("LAG ", lag_name(lag_id), " cannot take ", members, " members (at most ",
+                          config_.max_lag_members, ")");
         l->members.clear();
         for (const Mp& port : ports)
             if (!contains(l->members, port)) l->members.push_back(port);
@@ -172,8 +188,8 @@ bool SwitchModel::add_ports_to_lag(unsigned int lag_id, std::list<Mp>& ports)
 bool SwitchModel::delete_ports_from_lag(unsigned int lag_id, std::list<Mp>& ports)
 {
     return op(12, "delete_ports_from_lag", [&] {
-        Lag* l = lag(lag_id);
-        if (!l || !all_physical(ports)) return false;
+        Lag* l = known_lag(lag_id);
+        if (!l || !known_ports(ports)) return false;
         for (const Mp& port : ports) remove_port(l->members, port);
         return true;
     }, lag_id, ports);
@@ -182,8 +198,8 @@ bool SwitchModel::delete_ports_from_lag(unsigned int lag_id, std::list<Mp>& port
 bool SwitchModel::set_lag_balancing_strategy(unsigned int lag_id, lag_psc_t psc)
 {
     return op(13, "set_lag_balancing_strategy", [&] {
-        Lag* l = lag(lag_id);
-        if (!l || psc < LAG_PSC_SRC_MAC || psc > LAG_PSC_SRC_DST_IP) return false;
+        Lag* l = known_lag(lag_id);
+        if (!l || !within("balancing strategy", psc, LAG_PSC_SRC_MAC, LAG_PSC_SRC_DST_IP)) return false;
         l->psc = psc;
         return true;
     }, lag_id, psc);
@@ -192,7 +208,7 @@ bool SwitchModel::set_lag_balancing_strategy(unsigned int lag_id, lag_psc_t psc)
 bool SwitchModel::get_lag_balancing_strategy(unsigned int lag_id, lag_psc_t& psc)
 {
     return op(14, "get_lag_balancing_strategy", [&] {
-        Lag* l = lag(lag_id);
+        Lag* l = known_lag(lag_id);
         if (!l) return false;
         psc = l->psc;
         return true;

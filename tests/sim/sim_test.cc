@@ -3,12 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <functional>
 #include <sstream>
 #include <vector>
 
 #include "vorn_api.hh"
 #include "vorn_capi.h"
 #include "vorn_lag_list.hh"
+#include "vorn_sdk.hh"
 #include "vorn_sim.hh"
 
 namespace {
@@ -293,6 +295,98 @@ TEST_F(Card, RefusalsAreCountedPerOperationAndForgottenOnReset)
     EXPECT_EQ(vorn_sim::refusal_count(), 0u);
     EXPECT_EQ(vorn_sim::last_refusal().reason, "");
     EXPECT_EQ(vorn_sim::last_reason(0), "");
+}
+
+// Each family of refusal names the element in the user's numbering, under
+// the operation that refused.
+TEST_F(Card, RefusalsSayWhyAndNameTheElement)
+{
+    ASSERT_TRUE(vorn_create_vlan(10));
+    ASSERT_TRUE(vorn_add_ports_to_lag(lag(1), {port(3)}));
+    unsigned int interface_id = 0;
+    ASSERT_TRUE(vorn_create_l3_interface(mac_a, 10, interface_id));
+    ASSERT_TRUE(vorn_add_l3_route_ip4(port(2), 0x0a010000, 0xffff0000, mac_b, interface_id, 10));
+    VornSdkBase* sdk = nullptr;
+    ASSERT_TRUE(vornsdk_get_sdk_instance(sdk));
+    const int host_side = -1;
+
+    struct Case {
+        const char* what;
+        std::function<bool()> call;
+        int slot;
+        const char* operation;
+        const char* reason;
+    };
+    const Case cases[] = {
+        {"VLAN id out of range", [] { return vorn_create_vlan(4095); },
+         0, "create_vlan", "VLAN 4095 is outside 1-4094"},
+        {"duplicate", [] { return vorn_create_vlan(10); },
+         0, "create_vlan", "VLAN 10 already exists"},
+        {"missing VLAN", [] { return vorn_add_ports_to_vlan(77, {port(1)}, {}); },
+         2, "add_ports_to_vlan", "VLAN 77 does not exist"},
+        {"value out of range", [] { return vorn_set_port_mtu(port(4), 10); },
+         34, "set_port_mtu", "MTU 10 is out of range (64-9216)"},
+        {"port in another LAG", [] { return vorn_add_ports_to_lag(lag(2), {port(3)}); },
+         11, "add_ports_to_lag", "port 1/1/3 is already in LAG 0/1/1"},
+        {"missing LAG", [&] { return sdk->set_lag_balancing_strategy(7, LAG_PSC_SRC_MAC); },
+         13, "set_lag_balancing_strategy", "LAG 0/1/8 does not exist"},
+        {"unknown hardware port", [&] { return sdk->set_port_state(Mp(0, 49), true); },
+         18, "set_port_state", "unknown hardware port 0:49"},
+        {"null pointer", [] { return vorn_add_mac_to_port(port(1), nullptr, 1); },
+         53, "add_mac_to_port", "no MAC address given (null pointer)"},
+        {"missing flow", [] { return vorn_delete_of_flow(12); },
+         127, "delete_of_flow", "flow 12 does not exist"},
+        {"missing L3 interface", [] { return vorn_add_l3_host_ip4(port(1), 0x0a000001, mac_a, 42); },
+         158, "add_l3_host_ip4", "L3 interface 42 does not exist"},
+        {"entry elsewhere", [] { return vorn_delete_l3_route_by_subnet_ip4(0x0a010000, 0xffff0000, port(5)); },
+         175, "delete_l3_route_by_subnet_ip4", "route 10.1.0.0/16 leads to port 1/1/2, not port 1/1/5"},
+        {"mask with holes", [] { return vorn_delete_l3_route_by_subnet_ip4(0x0a010000, 0xff00ff00, port(2)); },
+         175, "delete_l3_route_by_subnet_ip4", "mask 255.0.255.0 is not contiguous"},
+        {"port mapping", [] { return vorn_set_port_pvid(Usp(1, 1, 49), 1); },
+         host_side, "port mapping", "unknown port 1/1/49"},
+        {"LAG interface where a port is needed", [] { return vorn_set_port_mirror(lag(1), port(1), MIRROR_TYPE_BOTH); },
+         host_side, "port mapping", "0/1/1 is a LAG interface, not a physical port"},
+        {"cable of an unknown port", [] { return vorn_sim::set_cable(Usp(1, 2, 1), false); },
+         host_side, "set_cable", "unknown port 1/2/1"},
+        {"frame in a missing VLAN", [] { return vorn_sim::receive_frame(port(1), 99, frame_from(mac_a)); },
+         host_side, "receive_frame", "VLAN 99 does not exist"},
+        {"runt frame", [] { return vorn_sim::receive_frame(port(1), 10, {1, 2, 3}); },
+         host_side, "receive_frame", "frame of 3 bytes is shorter than an Ethernet header (14)"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        const unsigned long before = vorn_sim::refusal_count();
+        EXPECT_FALSE(c.call());
+        EXPECT_GT(vorn_sim::refusal_count(), before);
+        EXPECT_EQ(vorn_sim::last_refusal().slot, c.slot);
+        EXPECT_EQ(vorn_sim::last_refusal().operation, c.operation);
+        EXPECT_EQ(vorn_sim::last_refusal().reason, c.reason);
+        if (c.slot >= 0) {
+            EXPECT_EQ(vorn_sim::last_reason(c.slot), c.reason);
+        }
+    }
+}
+
+TEST_F(Card, AFullTableSaysHowBigItIs)
+{
+    vorn_lcmgr_api_terminate();
+    vorn_sim::Config small;
+    small.mac_entries = 2;
+    small.max_lags = 1;
+    vorn_sim::configure(small);
+    int ports = 0;
+    ASSERT_TRUE(vorn_lcmgr_api_init(ports));
+    const unsigned char third[6] = {0, 0, 0, 0, 0, 3};
+    ASSERT_TRUE(vorn_add_mac_to_port(port(1), mac_a, 1));
+    ASSERT_TRUE(vorn_add_mac_to_port(port(1), mac_b, 1));
+    EXPECT_FALSE(vorn_add_mac_to_port(port(1), third, 1));
+    EXPECT_EQ(vorn_sim::last_reason(53), "MAC table full (2 entries)");
+    VornSdkBase* sdk = nullptr;
+    ASSERT_TRUE(vornsdk_get_sdk_instance(sdk));
+    unsigned int lag_id = 0;
+    ASSERT_TRUE(sdk->create_lag(lag_id));
+    EXPECT_FALSE(sdk->create_lag(lag_id));
+    EXPECT_EQ(vorn_sim::last_reason(9), "LAG table full (1 LAGs)");
 }
 
 }  // namespace
