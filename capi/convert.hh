@@ -19,6 +19,18 @@ namespace capi {
 
 inline int to_int(bool ok) { return ok ? 1 : 0; }
 
+// A C caller's bool argument counts by its low byte alone.  The caller may
+// leave the rest of the register set (a function pointer cast to take a
+// 32-bit word, an older compiler, assembly glue), and on PowerPC the register
+// reaches the callee whole.  The empty asm hides from the compiler that the
+// value is already 0 or 1, so the mask is kept.
+inline bool low_byte(bool argument)
+{
+    unsigned int word = argument;
+    __asm__("" : "+r"(word));
+    return (word & 0xffu) != 0;
+}
+
 // Getter shape: the API entry point writes into a local; the caller's output
 // is written only on success.
 template <class T, class Call>

@@ -19,7 +19,7 @@ int ctype_vorn_create_l3_interface_with_id(const unsigned char* mac, unsigned in
                                            unsigned int interface_id, bool replace)
 {
     const Mac local = copy_in<6>(mac);
-    return to_int(vorn_create_l3_interface_with_id(local.data, vlan, interface_id, replace));
+    return to_int(vorn_create_l3_interface_with_id(local.data, vlan, interface_id, low_byte(replace)));
 }
 
 // On success the word first, then the six MAC bytes.
@@ -68,7 +68,7 @@ int ctype_vorn_add_l3_host_ip6(usp_s* port, const unsigned char* address,
 
 int ctype_vorn_delete_l3_host_by_interface(unsigned int interface_id, bool static_too)
 {
-    return to_int(vorn_delete_l3_host_by_interface(interface_id, static_too));
+    return to_int(vorn_delete_l3_host_by_interface(interface_id, low_byte(static_too)));
 }
 
 int ctype_vorn_delete_l3_host_by_network_ip4(unsigned int address)
@@ -154,7 +154,7 @@ int ctype_vorn_get_l3_route_by_subnet_ip6(const unsigned char* address, const un
 
 int ctype_vorn_delete_l3_route_by_interface(unsigned int interface_id, bool static_too)
 {
-    return to_int(vorn_delete_l3_route_by_interface(interface_id, static_too));
+    return to_int(vorn_delete_l3_route_by_interface(interface_id, low_byte(static_too)));
 }
 
 int ctype_vorn_delete_l3_route_by_subnet_ip4(unsigned int address, unsigned int mask, usp_s* port)

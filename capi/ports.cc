@@ -33,7 +33,7 @@ int ctype_vorn_get_port_bpdu_processing(usp_s* port, bool* enabled)
 
 int ctype_vorn_set_port_bpdu_processing(usp_s* port, bool enabled)
 {
-    return to_int(vorn_set_port_bpdu_processing(to_usp(port), enabled));
+    return to_int(vorn_set_port_bpdu_processing(to_usp(port), low_byte(enabled)));
 }
 
 // Statistics.
@@ -109,7 +109,7 @@ int ctype_vorn_get_port_stat_enabled(usp_s* port, bool* enabled)
 
 int ctype_vorn_set_port_stat_enable(usp_s* port, bool enabled)
 {
-    return to_int(vorn_set_port_stat_enable(to_usp(port), enabled));
+    return to_int(vorn_set_port_stat_enable(to_usp(port), low_byte(enabled)));
 }
 
 // Traffic controls.
@@ -192,7 +192,7 @@ int ctype_vorn_get_port_switch_unknown_unicast_to_cpu(usp_s* port, bool* enabled
 
 int ctype_vorn_set_port_switch_unknown_unicast_to_cpu(usp_s* port, bool enabled)
 {
-    return to_int(vorn_set_port_switch_unknown_unicast_to_cpu(to_usp(port), enabled));
+    return to_int(vorn_set_port_switch_unknown_unicast_to_cpu(to_usp(port), low_byte(enabled)));
 }
 
 int ctype_vorn_get_port_cos_mapping(usp_s* port, unsigned int key, unsigned int* queue)
@@ -214,7 +214,7 @@ int ctype_vorn_get_port_mac_lock(usp_s* port, bool* locked)
 
 int ctype_vorn_set_port_mac_lock(usp_s* port, bool locked)
 {
-    return to_int(vorn_set_port_mac_lock(to_usp(port), locked));
+    return to_int(vorn_set_port_mac_lock(to_usp(port), low_byte(locked)));
 }
 
 int ctype_vorn_get_port_mac_lock_ext(usp_s* port, bool* locked, bool* drop_unknown)
@@ -226,7 +226,7 @@ int ctype_vorn_get_port_mac_lock_ext(usp_s* port, bool* locked, bool* drop_unkno
 
 int ctype_vorn_set_port_mac_lock_ext(usp_s* port, bool locked, bool drop_unknown)
 {
-    return to_int(vorn_set_port_mac_lock_ext(to_usp(port), locked, drop_unknown));
+    return to_int(vorn_set_port_mac_lock_ext(to_usp(port), low_byte(locked), low_byte(drop_unknown)));
 }
 
 int ctype_vorn_get_port_mac_limit(usp_s* port, int* limit)
@@ -268,7 +268,7 @@ int ctype_vorn_get_port_vlan_accept_frame(usp_s* port, bool* tagged_only)
 
 int ctype_vorn_set_port_vlan_accept_frame(usp_s* port, bool tagged_only)
 {
-    return to_int(vorn_set_port_vlan_accept_frame(to_usp(port), tagged_only));
+    return to_int(vorn_set_port_vlan_accept_frame(to_usp(port), low_byte(tagged_only)));
 }
 
 int ctype_vorn_set_port_protocol_vlan(usp_s* port, frame_type_t frame, unsigned short protocol,
@@ -304,12 +304,12 @@ int ctype_vorn_get_port_egress_admin_state(usp_s* port, bool* enabled)
 
 int ctype_vorn_set_port_egress_admin_state(usp_s* port, bool enabled)
 {
-    return to_int(vorn_set_port_egress_admin_state(to_usp(port), enabled));
+    return to_int(vorn_set_port_egress_admin_state(to_usp(port), low_byte(enabled)));
 }
 
 int ctype_vorn_set_port_l2_enable(usp_s* port, bool enabled)
 {
-    return to_int(vorn_set_port_l2_enable(to_usp(port), enabled));
+    return to_int(vorn_set_port_l2_enable(to_usp(port), low_byte(enabled)));
 }
 
 // Physical settings.
@@ -340,7 +340,7 @@ int ctype_vorn_get_port_autoneg(usp_s* port, bool* enabled)
 
 int ctype_vorn_set_port_autoneg(usp_s* port, bool enabled)
 {
-    return to_int(vorn_set_port_autoneg(to_usp(port), enabled));
+    return to_int(vorn_set_port_autoneg(to_usp(port), low_byte(enabled)));
 }
 
 int ctype_vorn_get_port_link_state(usp_s* port, phy_state_t* state)
@@ -365,7 +365,7 @@ int ctype_vorn_get_port_state(usp_s* port, bool* enabled)
 
 int ctype_vorn_set_port_state(usp_s* port, bool enabled)
 {
-    return to_int(vorn_set_port_state(to_usp(port), enabled));
+    return to_int(vorn_set_port_state(to_usp(port), low_byte(enabled)));
 }
 
 int ctype_vorn_get_port_ability(usp_s* port, port_ability_type_t* ability)
@@ -402,7 +402,7 @@ int ctype_vorn_get_port_flow_control_8023x(usp_s* port, bool* receive, bool* tra
 
 int ctype_vorn_set_port_flow_control_8023x(usp_s* port, bool receive, bool transmit)
 {
-    return to_int(vorn_set_port_flow_control_8023x(to_usp(port), receive, transmit));
+    return to_int(vorn_set_port_flow_control_8023x(to_usp(port), low_byte(receive), low_byte(transmit)));
 }
 
 int ctype_vorn_get_port_jaming_control(usp_s* port, bool* enabled)
@@ -412,7 +412,7 @@ int ctype_vorn_get_port_jaming_control(usp_s* port, bool* enabled)
 
 int ctype_vorn_set_port_jaming_control(usp_s* port, bool enabled)
 {
-    return to_int(vorn_set_port_jaming_control(to_usp(port), enabled));
+    return to_int(vorn_set_port_jaming_control(to_usp(port), low_byte(enabled)));
 }
 
 // LAG balancing strategy.

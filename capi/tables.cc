@@ -217,17 +217,17 @@ int ctype_vorn_set_fdb_aging_time(int seconds)
 
 int ctype_vorn_clear_fdb_table(bool static_too)
 {
-    return to_int(vorn_clear_fdb_table(static_too));
+    return to_int(vorn_clear_fdb_table(low_byte(static_too)));
 }
 
 int ctype_vorn_clear_fdb_by_vlan(unsigned int vlan, bool static_too)
 {
-    return to_int(vorn_clear_fdb_by_vlan(vlan, static_too));
+    return to_int(vorn_clear_fdb_by_vlan(vlan, low_byte(static_too)));
 }
 
 int ctype_vorn_clear_fdb_by_port(usp_s* port, bool static_too)
 {
-    return to_int(vorn_clear_fdb_by_port(to_usp(port), static_too));
+    return to_int(vorn_clear_fdb_by_port(to_usp(port), low_byte(static_too)));
 }
 
 int ctype_vorn_set_system_mac_limit(int limit)
@@ -261,5 +261,5 @@ int ctype_vorn_get_switch_unknown_unicast_to_cpu(bool* enabled)
 
 int ctype_vorn_set_switch_unknown_unicast_to_cpu(bool enabled)
 {
-    return to_int(vorn_set_switch_unknown_unicast_to_cpu(enabled));
+    return to_int(vorn_set_switch_unknown_unicast_to_cpu(low_byte(enabled)));
 }
