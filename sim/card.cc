@@ -292,8 +292,11 @@ bool vorn_usp_list_to_mp_list(const std::list<Usp>& ports, std::list<Mp>& mps)
     return true;
 }
 
+// Mp(0, 0), "no port" (what a port that mirrors nothing reads back as its
+// target), is Usp(0, 0, 0).
 bool vorn_mp_to_usp(const Mp& mp, Usp& port)
 {
+    if (mp == Mp(0, 0)) return port = Usp(0, 0, 0), true;
     return vorn_sim::physical_usp(mp, port) ||
            vorn_sim::refuse(vorn_sim::port_mapping, "unknown hardware port ", vorn_format::text(mp));
 }

@@ -32,6 +32,25 @@ bool remove_registration(std::vector<Registration<Callback>>& registrations, voi
 
 usp_s c_usp(const Usp& usp) { return usp_s{usp.unit(), usp.slot(), usp.port()}; }
 
+bool contains(const std::vector<Mp>& ports, const Mp& port)
+{
+    return std::find(ports.begin(), ports.end(), port) != ports.end();
+}
+
+// Bridge group addresses 01:80:c2:00:00:00-0f.
+bool bpdu(const std::vector<unsigned char>& frame)
+{
+    static const unsigned char group[5] = {0x01, 0x80, 0xc2, 0x00, 0x00};
+    return std::equal(group, group + 5, frame.begin()) && (frame[5] & 0xf0) == 0;
+}
+
+stat_type_t destination_counter(const std::vector<unsigned char>& frame)
+{
+    if (std::all_of(frame.begin(), frame.begin() + 6, [](unsigned char byte) { return byte == 0xff; }))
+        return STAT_IF_IN_BROADCAST_PKTS;
+    return frame[0] & 1 ? STAT_IF_IN_MULTICAST_PKTS : STAT_IF_IN_UCAST_PKTS;
+}
+
 }  // namespace
 
 template <class Callback>
@@ -164,7 +183,8 @@ bool SwitchModel::plug(const Mp& port, const Usp& usp, bool plugged)
     return true;
 }
 
-// The source MAC (bytes 6-11) is learned on the port, or on its LAG.
+// The source MAC (bytes 6-11) is learned on the port, or on its LAG, when
+// the port is a member of the VLAN.
 bool SwitchModel::receive(const Mp& port, const Usp& usp, unsigned int vlan,
                           const std::vector<unsigned char>& frame)
 {
@@ -182,14 +202,23 @@ bool SwitchModel::take_in(const Mp& port, const Usp& usp, unsigned int vlan,
     if (state->link != PHY_STATE_UP) return refuse("port ", usp, " has no link");
     if (state->stats_enabled) {
         state->counters[STAT_IF_IN_OCTETS] += frame.size();
-        ++state->counters[frame[0] & 1 ? STAT_IF_IN_MULTICAST_PKTS : STAT_IF_IN_UCAST_PKTS];
+        ++state->counters[destination_counter(frame)];
     }
+    // The VLAN's ingress filter, then the spanning tree: what they drop is
+    // counted as a discard and never reaches the CPU, except BPDUs, which
+    // the port traps whatever its state.
+    const Vlan& in = vlans_[vlan];
+    const bool member = contains(in.tagged, port) || contains(in.untagged, port);
     MacAddress source;
     std::copy(frame.begin() + 6, frame.begin() + 12, source.begin());
-    if (state->l2 && state->stp >= STP_STATE_LEARNING && !(source[0] & 1)) {
+    if (member && state->l2 && state->stp >= STP_STATE_LEARNING && !(source[0] & 1)) {
         unsigned int lag_id = 0;
         if (lag_of_member(port, lag_id)) learn(source, vlan, Mp(0, lag_id), true);
         else learn(source, vlan, port, false);
+    }
+    if (!(member && state->stp == STP_STATE_FORWARDING) && !bpdu(frame)) {
+        if (state->stats_enabled) ++state->counters[STAT_IF_IN_DISCARDS];
+        return true;
     }
     RxPacket packet{usp, vlan, static_cast<unsigned int>(frame.size()), frame.data()};
     ctype_rx_packet_s c_packet{c_usp(usp), vlan, static_cast<unsigned int>(frame.size()), frame.data()};

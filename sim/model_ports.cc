@@ -309,15 +309,16 @@ bool SwitchModel::set_port_mirror(const Mp& target, const Mp& source, mirror_typ
     }, target, source, type);
 }
 
+// A port that mirrors nothing reads back type none and target Mp(0, 0), "no
+// port".
 bool SwitchModel::get_port_mirror(Mp& target, const Mp& source, mirror_type_t& type)
 {
     return op(17, "get_port_mirror", [&] {
-        if (!known_port(source)) return false;
-        const PortState& s = ports_[index_of(source)];
-        if (!s.mirrored) return refuse("port ", port_name(source), " mirrors nothing");
-        target = s.mirror_target;
-        type = s.mirror_type;
-        return true;
+        return on_port(source, [&](PortState& s) {
+            target = s.mirrored ? s.mirror_target : Mp(0, 0);
+            type = s.mirrored ? s.mirror_type : MIRROR_TYPE_NONE;
+            return true;
+        });
     }, source);
 }
 

@@ -237,6 +237,7 @@ TEST_F(Card, AgingRunsOnTheHostsClockAndEventsReachBothBindings)
             link_events.push_back(where->port * 10 + status->state);
         }));
     ASSERT_TRUE(vorn_set_fdb_aging_time(60));
+    ASSERT_TRUE(vorn_add_ports_to_vlan(1, {}, {port(6)}));
     ASSERT_TRUE(vorn_sim::receive_frame(port(6), 1, frame_from(mac_a)));
     vorn_sim::advance_clock(59);
     EXPECT_EQ(mac_events, (std::vector<int>{LCMGR_MAC_LEARNED}));
@@ -387,6 +388,231 @@ TEST_F(Card, AFullTableSaysHowBigItIs)
     ASSERT_TRUE(sdk->create_lag(lag_id));
     EXPECT_FALSE(sdk->create_lag(lag_id));
     EXPECT_EQ(vorn_sim::last_reason(9), "LAG table full (1 LAGs)");
+}
+
+std::vector<unsigned char> frame_to(const unsigned char* destination)
+{
+    std::vector<unsigned char> frame = frame_from(mac_a);
+    std::memcpy(frame.data(), destination, 6);
+    return frame;
+}
+
+unsigned long long counter(const Usp& at, stat_type_t type)
+{
+    unsigned long long value = ~0ull;
+    EXPECT_TRUE(vorn_get_port_stat_counter(at, type, value));
+    return value;
+}
+
+const unsigned char broadcast[6] = {0xff, 0xff, 0xff, 0xff, 0xff, 0xff};
+const unsigned char multicast[6] = {0x01, 0x00, 0x5e, 0x00, 0x00, 0x01};
+const unsigned char bridge_group[6] = {0x01, 0x80, 0xc2, 0x00, 0x00, 0x00};
+
+TEST_F(Card, ReceivedFramesCountByTheirDestination)
+{
+    struct Case {
+        const char* what;
+        const unsigned char* destination;
+        stat_type_t counted;
+    };
+    const Case cases[] = {
+        {"broadcast", broadcast, STAT_IF_IN_BROADCAST_PKTS},
+        {"multicast", multicast, STAT_IF_IN_MULTICAST_PKTS},
+        {"unicast", mac_b, STAT_IF_IN_UCAST_PKTS},
+    };
+    const stat_type_t kinds[] = {STAT_IF_IN_BROADCAST_PKTS, STAT_IF_IN_MULTICAST_PKTS, STAT_IF_IN_UCAST_PKTS};
+    unsigned int n = 10;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        const Usp at = port(n++);
+        ASSERT_TRUE(vorn_add_ports_to_vlan(1, {}, {at}));
+        ASSERT_TRUE(vorn_sim::receive_frame(at, 1, frame_to(c.destination)));
+        for (stat_type_t kind : kinds) EXPECT_EQ(counter(at, kind), kind == c.counted ? 1u : 0u) << kind;
+    }
+}
+
+// What the VLAN's ingress filter or the spanning tree drops never reaches
+// the CPU and counts as a discard; BPDUs are trapped whatever the state.
+TEST_F(Card, OnlyForwardedFramesAndBpdusReachTheCpu)
+{
+    static int delivered;
+    delivered = 0;
+    ASSERT_TRUE(vorn_register_rx_packet_callback([](RxPacket*, void*) { ++delivered; }, nullptr));
+    ASSERT_TRUE(vorn_create_vlan(20));
+    struct Case {
+        const char* what;
+        bool member;
+        stp_state_t stp;
+        const unsigned char* destination;
+        bool reaches_cpu;
+    };
+    const Case cases[] = {
+        {"member, forwarding", true, STP_STATE_FORWARDING, broadcast, true},
+        {"not a member", false, STP_STATE_FORWARDING, broadcast, false},
+        {"blocking", true, STP_STATE_BLOCKING, broadcast, false},
+        {"learning", true, STP_STATE_LEARNING, mac_b, false},
+        {"disabled", true, STP_STATE_DISABLED, multicast, false},
+        {"BPDU while blocking", true, STP_STATE_BLOCKING, bridge_group, true},
+        {"BPDU on a non-member", false, STP_STATE_FORWARDING, bridge_group, true},
+    };
+    unsigned int n = 20;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        const Usp at = port(n++);
+        if (c.member) {
+            ASSERT_TRUE(vorn_add_ports_to_vlan(20, {at}, {}));
+        }
+        ASSERT_TRUE(vorn_set_port_stp_state(at, c.stp));
+        delivered = 0;
+        ASSERT_TRUE(vorn_sim::receive_frame(at, 20, frame_to(c.destination)));
+        EXPECT_EQ(delivered, c.reaches_cpu ? 1 : 0);
+        EXPECT_EQ(counter(at, STAT_IF_IN_DISCARDS), c.reaches_cpu ? 0u : 1u);
+    }
+}
+
+// A getter answers for a setting never made with its default; only bad
+// input is refused.
+TEST_F(Card, EveryGetterAnswersOnAFreshCard)
+{
+    VornSdkBase* sdk = nullptr;
+    ASSERT_TRUE(vornsdk_get_sdk_instance(sdk));
+    const Mp p(0, 1), other(0, 2);
+    struct Case {
+        const char* what;
+        std::function<bool(VornSdkBase&)> answers;  // with the default value
+    };
+    const Case cases[] = {
+        {"get_vlan_info", [](VornSdkBase& s) { std::list<Mp> t, u; return s.get_vlan_info(1, t, u); }},
+        {"get_port_mstp_state", [&](VornSdkBase& s) {
+             mstp_state_t v = MSTP_STATE_DISCARDING;
+             return s.get_port_mstp_state(5, p, v) && v == MSTP_STATE_FORWARDING;
+         }},
+        {"get_lag_balancing_strategy", [](VornSdkBase& s) {
+             unsigned int id = 0;
+             lag_psc_t v = LAG_PSC_SRC_MAC;
+             return s.create_lag(id) && s.get_lag_balancing_strategy(id, v) && v == LAG_PSC_SRC_DST_MAC;
+         }},
+        {"get_port_mirror", [&](VornSdkBase& s) {
+             Mp target(0, 9);
+             mirror_type_t v = MIRROR_TYPE_BOTH;
+             return s.get_port_mirror(target, p, v) && v == MIRROR_TYPE_NONE && target == Mp(0, 0);
+         }},
+        {"get_port_state", [&](VornSdkBase& s) { bool v = false; return s.get_port_state(p, v) && v; }},
+        {"get_port_autoneg", [&](VornSdkBase& s) { bool v = false; return s.get_port_autoneg(p, v) && v; }},
+        {"get_port_speed", [&](VornSdkBase& s) { speed_type_t v; return s.get_port_speed(p, v); }},
+        {"get_port_duplex", [&](VornSdkBase& s) { duplex_type_t v; return s.get_port_duplex(p, v); }},
+        {"get_port_flow_control_8023x", [&](VornSdkBase& s) {
+             unsigned int rx = 1, tx = 1;
+             return s.get_port_flow_control_8023x(p, rx, tx) && rx == 0 && tx == 0;
+         }},
+        {"get_port_jaming_control", [&](VornSdkBase& s) { bool v = true; return s.get_port_jaming_control(p, v) && !v; }},
+        {"get_port_mtu", [&](VornSdkBase& s) { unsigned int v = 0; return s.get_port_mtu(p, v) && v == 1518; }},
+        {"get_port_stat_enabled", [&](VornSdkBase& s) { bool v = false; return s.get_port_stat_enabled(p, v) && v; }},
+        {"get_port_stat_counter", [&](VornSdkBase& s) {
+             unsigned long long v = 1;
+             return s.get_port_stat_counter(p, STAT_IF_IN_OCTETS, v) && v == 0;
+         }},
+        {"get_port_stat_counter32", [&](VornSdkBase& s) {
+             unsigned int v = 1;
+             return s.get_port_stat_counter32(p, STAT_IF_IN_OCTETS, v) && v == 0;
+         }},
+        {"get_port_stat_counter_all64", [&](VornSdkBase& s) { std::list<StatCounter64> v; return s.get_port_stat_counter_all64(p, v); }},
+        {"get_port_stat_counter_all32", [&](VornSdkBase& s) { std::list<StatCounter32> v; return s.get_port_stat_counter_all32(p, v); }},
+        {"get_port_stat_counter_all64_ext", [&](VornSdkBase& s) {
+             StatCounter64 v[4];
+             unsigned int count = 4;
+             return s.get_port_stat_counter_all64_ext(p, v, count) && count == 4;
+         }},
+        {"get_port_stat_counter_all32_ext", [&](VornSdkBase& s) {
+             StatCounter32 v[4];
+             unsigned int count = 4;
+             return s.get_port_stat_counter_all32_ext(p, v, count) && count == 4;
+         }},
+        {"get_port_brief_stat_counter64", [&](VornSdkBase& s) {
+             unsigned long long v = 1;
+             return s.get_port_brief_stat_counter64(p, BRIEF_STAT_RX_PACKETS, v) && v == 0;
+         }},
+        {"get_port_brief_stat_counter32", [&](VornSdkBase& s) {
+             unsigned int v = 1;
+             return s.get_port_brief_stat_counter32(p, BRIEF_STAT_RX_PACKETS, v) && v == 0;
+         }},
+        {"get_port_brief_stat_counter_all64", [&](VornSdkBase& s) {
+             std::list<BriefStatCounter64> v;
+             return s.get_port_brief_stat_counter_all64(p, v);
+         }},
+        {"get_port_stp_state", [&](VornSdkBase& s) {
+             stp_state_t v = STP_STATE_DISABLED;
+             return s.get_port_stp_state(p, v) && v == STP_STATE_FORWARDING;
+         }},
+        {"get_port_bpdu_processing", [&](VornSdkBase& s) { bool v = false; return s.get_port_bpdu_processing(p, v) && v; }},
+        {"get_fdb_aging_time", [](VornSdkBase& s) { int v = 0; return s.get_fdb_aging_time(v) && v == 300; }},
+        {"get_port_link_state", [&](VornSdkBase& s) {
+             phy_state_t v = PHY_STATE_DOWN;
+             return s.get_port_link_state(p, v) && v == PHY_STATE_UP;
+         }},
+        {"get_port_mac_lock", [&](VornSdkBase& s) { bool v = true; return s.get_port_mac_lock(p, v) && !v; }},
+        {"get_port_mac_lock_ext", [&](VornSdkBase& s) {
+             bool locked = true, drop = true;
+             return s.get_port_mac_lock_ext(p, locked, drop) && !locked && !drop;
+         }},
+        {"get_port_broadcast_control", [&](VornSdkBase& s) { unsigned int v = 1; return s.get_port_broadcast_control(p, v) && v == 0; }},
+        {"get_port_multicast_control", [&](VornSdkBase& s) { unsigned int v = 1; return s.get_port_multicast_control(p, v) && v == 0; }},
+        {"get_port_unicast_control", [&](VornSdkBase& s) { unsigned int v = 1; return s.get_port_unicast_control(p, v) && v == 0; }},
+        {"get_port_egress_admin_state", [&](VornSdkBase& s) { bool v = false; return s.get_port_egress_admin_state(p, v) && v; }},
+        {"get_port_ingress_discarding", [&](VornSdkBase& s) {
+             ingress_discard_type_t v = INGRESS_DISCARD_ALL;
+             return s.get_port_ingress_discarding(p, v) && v == INGRESS_DISCARD_NONE;
+         }},
+        {"get_port_pvid", [&](VornSdkBase& s) { unsigned int v = 0; return s.get_port_pvid(p, v) && v == 1; }},
+        {"get_port_vlan_priority", [&](VornSdkBase& s) {
+             unsigned int v = 0;
+             return s.get_port_vlan_priority(p, 6, v) && v == 6;
+         }},
+        {"get_port_vlan_accept_frame", [&](VornSdkBase& s) { bool v = true; return s.get_port_vlan_accept_frame(p, v) && !v; }},
+        {"get_system_mac_limit of a port", [&](VornSdkBase& s) { int v = 1; return s.get_system_mac_limit(p, v, 1) && v == 0; }},
+        {"get_system_mac_limit of a VLAN", [](VornSdkBase& s) { int v = 1; return s.get_system_mac_limit(Mp(0, 1), v, 3) && v == 0; }},
+        {"get_system_mac_limit of the switch", [](VornSdkBase& s) { int v = 1; return s.get_system_mac_limit(Mp(0, 0), v, 4) && v == 0; }},
+        {"get_port_ability", [&](VornSdkBase& s) { port_ability_type_t v; return s.get_port_ability(p, v); }},
+        {"get_port_advertising_ability", [&](VornSdkBase& s) { port_ability_type_t v; return s.get_port_advertising_ability(p, v); }},
+        {"get_port_current_ability", [&](VornSdkBase& s) { port_ability_type_t v; return s.get_port_current_ability(p, v); }},
+        {"get_port_peer_ability", [&](VornSdkBase& s) { port_ability_type_t v; return s.get_port_peer_ability(p, v); }},
+        {"get_port_flood_blocking", [&](VornSdkBase& s) {
+             flood_block_type_t v = FLOOD_BLOCK_ALL;
+             return s.get_port_flood_blocking(p, other, v) && v == FLOOD_BLOCK_NONE;
+         }},
+        {"get_port_flood_blocking_cpu", [&](VornSdkBase& s) {
+             flood_block_type_t v = FLOOD_BLOCK_ALL;
+             return s.get_port_flood_blocking_cpu(p, v) && v == FLOOD_BLOCK_NONE;
+         }},
+        {"get_port_cos_mapping", [&](VornSdkBase& s) { unsigned int v = 0; return s.get_port_cos_mapping(p, 3, v) && v == 3; }},
+        {"get_line_card_usp", [](VornSdkBase& s) { Usp v; return s.get_line_card_usp(v); }},
+        {"get_switch_forward_mode", [](VornSdkBase& s) { unsigned int v = 1; return s.get_switch_forward_mode(v) && v == 0; }},
+        {"get_port_switch_unknown_unicast_to_cpu", [&](VornSdkBase& s) {
+             bool v = true;
+             return s.get_port_switch_unknown_unicast_to_cpu(p, v) && !v;
+         }},
+        {"get_switch_unknown_unicast_to_cpu", [](VornSdkBase& s) { bool v = true; return s.get_switch_unknown_unicast_to_cpu(v) && !v; }},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        const unsigned long before = vorn_sim::refusal_count();
+        EXPECT_TRUE(c.answers(*sdk)) << vorn_sim::last_refusal().reason;
+        EXPECT_EQ(vorn_sim::refusal_count(), before);
+    }
+}
+
+// Through the library too: a port that mirrors nothing has no target.
+TEST_F(Card, APortThatMirrorsNothingReadsBackTypeNone)
+{
+    Usp target = port(9);
+    mirror_type_t type = MIRROR_TYPE_BOTH;
+    ASSERT_TRUE(vorn_get_port_mirror(target, port(1), type));
+    EXPECT_EQ(type, MIRROR_TYPE_NONE);
+    EXPECT_EQ(target, Usp(0, 0, 0));
+    ASSERT_TRUE(vorn_set_port_mirror(port(4), port(1), MIRROR_TYPE_INGRESS));
+    ASSERT_TRUE(vorn_get_port_mirror(target, port(1), type));
+    EXPECT_EQ(type, MIRROR_TYPE_INGRESS);
+    EXPECT_EQ(target, port(4));
 }
 
 }  // namespace
