@@ -158,14 +158,18 @@ bool receive_frame(const Usp& port, unsigned int vlan, const std::vector<unsigne
     return model && mapped("receive_frame", port, mp) && model->receive(mp, port, vlan, frame);
 }
 
+// A lookup that finds no route answers false without a refusal.
 bool lookup_route_ip4(unsigned int address, RouteMatch& match)
 {
-    return host().model && host().model->lookup_route_ip4(address, match);
+    SwitchModel* model = card("lookup_route_ip4");
+    return model && model->lookup_route_ip4(address, match);
 }
 
 bool lookup_route_ip6(const unsigned char* address, RouteMatch& match)
 {
-    return host().model && address && host().model->lookup_route_ip6(address, match);
+    SwitchModel* model = card("lookup_route_ip6");
+    if (model && !address) return refuse("lookup_route_ip6", "no IPv6 address given (null pointer)");
+    return model && model->lookup_route_ip6(address, match);
 }
 
 const SwitchModel* model() { return host().model.get(); }
@@ -183,9 +187,8 @@ using vorn_sim::host;
 // --- SDK accessors ---------------------------------------------------------
 bool vornsdk_get_sdk_instance(VornSdkBase*& sdk)
 {
-    if (!host().model) return false;
-    sdk = host().model.get();
-    return true;
+    sdk = vorn_sim::card("SDK object");
+    return sdk != nullptr;
 }
 
 bool vornsdk_create_sdk_instance()
@@ -196,7 +199,8 @@ bool vornsdk_create_sdk_instance()
 
 bool vornsdk_delete_sdk_instance(VornSdkBase* sdk)
 {
-    if (!sdk || sdk != host().model.get()) return false;
+    if (!sdk || sdk != host().model.get())
+        return vorn_sim::refuse("SDK object", "not the SDK object this host created");
     host().model.reset();
     return true;
 }

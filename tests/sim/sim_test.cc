@@ -615,4 +615,16 @@ TEST_F(Card, APortThatMirrorsNothingReadsBackTypeNone)
     EXPECT_EQ(target, port(4));
 }
 
+TEST_F(Card, WithoutTheLineCardTheHostSaysSo)
+{
+    ASSERT_TRUE(vorn_lcmgr_api_terminate());
+    const std::string down = "the line card is not up (the library is not initialised)";
+    EXPECT_FALSE(vorn_create_vlan(5));
+    EXPECT_EQ(vorn_sim::last_refusal().operation, "SDK object");
+    EXPECT_EQ(vorn_sim::last_refusal().reason, down);
+    EXPECT_FALSE(vorn_sim::set_cable(port(1), false));
+    EXPECT_EQ(vorn_sim::last_refusal().operation, "set_cable");
+    EXPECT_EQ(vorn_sim::last_refusal().reason, down);
+}
+
 }  // namespace
