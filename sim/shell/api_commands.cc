@@ -37,7 +37,8 @@ std::string Arg<unsigned int>::sample(const std::string& n)
     if (n == "address") return "10.0.0.1";
     if (n == "mask") return "255.255.255.0";
     if (n == "mode") return forward_mode_names().back();
-    return n.find("vlan") != std::string::npos ? "10" : "1";
+    if (n == "mtu") return "1518";
+    return "1";
 }
 
 void Arg<unsigned int>::read(const std::string& w, const std::string& name)
@@ -252,7 +253,7 @@ std::vector<Command> api_commands()
         api_command("set_ports_flow_control_8023x", vorn_set_ports_flow_control_8023x, "ports receive transmit"),
         api_command("get_port_jaming_control", vorn_get_port_jaming_control, "port enabled"),
         api_command("set_port_jaming_control", vorn_set_port_jaming_control, "port enabled"),
-        api_command("create_vlan", vorn_create_vlan, "vlan"),
+        api_command("create_vlan", vorn_create_vlan, "vlan", "10"),
         api_command("delete_vlan", vorn_delete_vlan, "vlan"),
         api_command("add_ports_to_vlan", vorn_add_ports_to_vlan, "vlan tagged untagged"),
         api_command("delete_ports_from_vlan", vorn_delete_ports_from_vlan, "vlan ports"),
@@ -356,7 +357,8 @@ Form form(const std::string& pattern, std::function<bool(const Words&, std::ostr
                                       : optional ? FormWord::Optional
                                       : value    ? FormWord::Value
                                                  : FormWord::Literal,
-                                      text, found == choices.end() ? std::vector<std::string>() : found->second});
+                                      text,
+                                      !value || found == choices.end() ? std::vector<std::string>() : found->second});
     }
     return made;
 }

@@ -78,7 +78,7 @@ struct Arg<const std::string&> : InputArg<std::string> {
 };
 template <>
 struct Arg<const Usp&> : InputArg<Usp> {
-    static std::string sample(const std::string& n) { return n == "lag" ? "0/1/1" : "1/1/3"; }
+    static std::string sample(const std::string& n) { return n == "lag" ? "0/1/1" : n == "target" ? "1/1/48" : "1/1/3"; }
     void read(const std::string& w, const std::string&) { value = read_port(w); }
 };
 template <>
@@ -123,7 +123,7 @@ struct Arg<const unsigned char*> {
     static std::string sample(const std::string& n)
     {
         return n.find("mac") != std::string::npos ? "00:11:22:33:44:55"
-               : n.find("bitmap") != std::string::npos ? "10,20-22"
+               : n.find("bitmap") != std::string::npos ? "1"
                : n.find("mask") != std::string::npos ? "ffff:ffff:ffff:ffff::" : "2001:db8::1";
     }
     void read(const std::string& w, const std::string& name);
@@ -134,7 +134,7 @@ template <>
 struct Arg<unsigned char*> {
     std::vector<unsigned char> bytes = std::vector<unsigned char>(512, 0);
     static int words(const std::string& name) { return name.find("bitmap") != std::string::npos ? 1 : 0; }
-    static std::string sample(const std::string&) { return "10,20-22"; }
+    static std::string sample(const std::string&) { return "1"; }
     void read(const std::string& w, const std::string& name);
     unsigned char* get() { return bytes.data(); }
     void print(std::ostream& out, const std::string& name) const;
@@ -337,9 +337,10 @@ std::vector<std::string> choices_of(const std::string&, std::false_type)
 }  // namespace detail
 
 // The command of one API entry point: `names` names its parameters in order.
+// `example`, when given, replaces the sample arguments of the example.
 template <class... Params>
 Command api_command(const std::string& name, bool (*entry)(Params...), const std::string& names,
-                    const std::string& summary = "")
+                    const std::string& example = "")
 {
     Command command;
     command.name = name;
@@ -361,8 +362,8 @@ Command api_command(const std::string& name, bool (*entry)(Params...), const std
                  : 0,
              ++i, 0)...};
     }
-    command.example = name + command.example;
-    command.summary = summary.empty() ? "calls vorn_" + name : summary;
+    command.example = name + (example.empty() ? command.example : " " + example);
+    command.summary = "calls vorn_" + name;
     only.run = [entry, parameter_names, name](const Words& words, std::ostream& out) {
         std::tuple<Arg<Params>...> args;
         detail::read_all(args, parameter_names, words, std::index_sequence_for<Params...>());

@@ -170,7 +170,7 @@ void Shell::help(const std::string& topic) const
         for (const Form& each : command->forms) {
             out_ << "  " << command->name << (each.words.empty() ? "" : " " + each.text()) << "\n";
             for (const FormWord& word : each.words)
-                if (!word.choices.empty() && word.kind != FormWord::Literal)
+                if (!word.choices.empty() && word.text != join(word.choices, "|"))
                     out_ << "      " << word.text << ": " << join(word.choices, "|") << "\n";
         }
         out_ << "  example: " << command->example << "\n";

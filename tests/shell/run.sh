@@ -55,5 +55,46 @@ else
   echo "FAILED: a script goes on after its first error (status $status)"
   failed=$((failed + 1))
 fi
+# Every `help api` example, run on a fresh default card: none may be bad
+# input, and each refusal (status 2) is listed with its reason in
+# api_examples.out: what the example cannot avoid on a card that has, for
+# instance, no LAG, no flow and no L3 interface yet.
+names=$("${vornsh[@]}" --no-init - <<<"help api" | awk '{print $1}')
+while read -r name; do
+  example=$("${vornsh[@]}" --no-init - <<<"help $name" | sed -n 's/^  example: //p')
+  said=$("${vornsh[@]}" - <<<"$example" 2>&1 >/dev/null)
+  status=$?
+  [[ $status -ne 0 ]] && printf '%s\n  exit %s: %s\n' "$example" "$status" "$said"
+done <<<"$names" >"$actual"
+if ! grep -q '^  exit 1' "$actual" && diff -u "$cases/api_examples.out" "$actual"; then
+  passed=$((passed + 1))
+else
+  echo "FAILED: help api examples (bad input, or refused otherwise than listed)"
+  failed=$((failed + 1))
+fi
+# What may follow the words typed: one case a line in completion.cases.
+while read -r typed; do
+  printf '%s =>' "$typed"
+  "${vornsh[@]}" --complete "$typed" | tr '\n' ' ' | sed 's/^/ /; s/ $//'
+  echo
+done <"$cases/completion.cases" >"$actual"
+if diff -u "$cases/completion.out" "$actual"; then
+  passed=$((passed + 1))
+else
+  echo "FAILED: completion"
+  failed=$((failed + 1))
+fi
+# A script that is no readable file, or a second one, is refused before the
+# card comes up.
+for args in "$cases" "$cases/no-such.vsh" "$cases/errors.vsh $cases/errors.vsh"; do
+  # shellcheck disable=SC2086
+  said=$("${vornsh[@]}" $args 2>&1)
+  if [[ $? -eq 1 && $said == vornsh:* && $said != *"line card up"* ]]; then
+    passed=$((passed + 1))
+  else
+    echo "FAILED: vornsh $args: $said"
+    failed=$((failed + 1))
+  fi
+done
 echo "shell scripts: $passed passed, $failed failed"
 [[ $failed -eq 0 ]]
