@@ -6,7 +6,9 @@
 
 #include <cstdio>
 #include <map>
+#include <set>
 
+#include "port_settings.hh"
 #include "shell.hh"
 #include "vorn_port_mapping.hh"
 
@@ -93,28 +95,102 @@ void print_lags(std::ostream& out)
     }
 }
 
-void print_ports(std::ostream& out)
+// Every physical port of the card, in order.
+std::list<Usp> card_ports()
 {
-    const vorn_sim::PortState defaults;
-    std::map<unsigned int, std::list<Usp>> by_pvid;
     const vorn_sim::Config& config = vorn_sim::config();
+    std::list<Usp> ports;
     for (unsigned int unit = 1; unit <= config.units; ++unit)
         for (unsigned int slot = 1; slot <= config.slots; ++slot)
-            for (unsigned int n = 1; n <= config.ports_per_slot; ++n) {
-                const Usp usp(unit, slot, n);
-                Mp mp;
-                vorn_usp_to_mp(usp, mp);
-                const vorn_sim::PortState* state = const_cast<vorn_sim::SwitchModel&>(model()).port_state(mp);
-                if (state && state->pvid != defaults.pvid) by_pvid[state->pvid].push_back(usp);
+            for (unsigned int n = 1; n <= config.ports_per_slot; ++n) ports.push_back(Usp(unit, slot, n));
+    return ports;
+}
+
+vorn_sim::PortState& state_of(const Usp& port)
+{
+    Mp mp;
+    vorn_usp_to_mp(port, mp);
+    return *const_cast<vorn_sim::SwitchModel&>(model()).port_state(mp);
+}
+
+// For as long as it lives, a port of the card reads as at bring-up: its
+// model state is set aside for `fresh` (that of a newly built model) and put
+// back.  What the getters give back then are the defaults, through the same
+// library calls as every value.
+class PortAtBringUp {
+public:
+    PortAtBringUp(const Usp& port, const vorn_sim::PortState& fresh)
+        : port_(port), state_(state_of(port)), saved_(state_)
+    {
+        state_ = fresh;
+    }
+    ~PortAtBringUp() { state_ = saved_; }
+    const Usp& port() const { return port_; }
+
+private:
+    Usp port_;
+    vorn_sim::PortState& state_;
+    const vorn_sim::PortState saved_;
+};
+
+// The keys a keyed setting is read for: MSTP instances some port has, the
+// eight CoS and priority keys, every port as a flood-blocking peer.
+std::vector<Words> keys_of(const PortSetting& setting)
+{
+    std::vector<Words> keys;
+    if (setting.keys == 0) return {Words()};
+    if (setting.name == "mstp") {
+        std::set<unsigned int> instances;
+        for (const Usp& port : card_ports())
+            for (const auto& instance : state_of(port).mstp) instances.insert(instance.first);
+        for (unsigned int instance : instances) keys.push_back({std::to_string(instance)});
+    } else if (setting.name == "flood-to") {
+        for (const Usp& port : card_ports()) keys.push_back({port_text(port)});
+    } else {
+        for (unsigned int key = 0; key < 8; ++key) keys.push_back({std::to_string(key)});
+    }
+    return keys;
+}
+
+// Each setting the library reads back, for the ports where it differs from
+// bring-up, ports of one value on one line; then the two the library
+// cannot read back (l2, protocol VLANs) from the model.
+void print_port_settings(std::ostream& out)
+{
+    const std::list<Usp> ports = card_ports();
+    Mp first;
+    vorn_usp_to_mp(ports.front(), first);
+    const vorn_sim::PortState fresh_state = *vorn_sim::SwitchModel(vorn_sim::config()).port_state(first);
+    for (const PortSetting& setting : port_settings()) {
+        if (!setting.get || setting.name == "link") continue;  // the link is the cable's, not configuration
+        for (const Words& keys : keys_of(setting)) {
+            std::string fresh;  // stays empty where a fresh port has no value (not mirrored, ...)
+            {
+                const PortAtBringUp sample(ports.front(), fresh_state);
+                port_setting_value(setting, sample.port(), keys, fresh);
             }
-    for (const auto& pvid : by_pvid) out << "port " << ports_text(pvid.second) << " pvid " << pvid.first << "\n";
+            std::map<std::string, std::list<Usp>> changed;
+            for (const Usp& port : ports) {
+                std::string value;
+                if (port_setting_value(setting, port, keys, value) && value != fresh) changed[value].push_back(port);
+            }
+            for (const auto& value : changed)
+                out << "port " << ports_text(value.second) << " " << setting.name << " " << value.first << "\n";
+        }
+    }
+    for (const Usp& port : ports) {
+        const vorn_sim::PortState& state = state_of(port);
+        if (!state.l2) out << "port " << port_text(port) << " l2 off\n";
+        for (const auto& protocol : state.protocol_vlans)
+            out << "port " << port_text(port) << " protocol-vlan "
+                << enum_text(static_cast<frame_type_t>(protocol.first.first)) << " " << hex(protocol.first.second, 4)
+                << " " << protocol.second << "\n";
+    }
 }
 
 void print_fdb(std::ostream& out)
 {
     out << "mac aging " << model().aging_seconds() << "\n";
-    int limit = 0;
-    if (vorn_get_system_mac_limit(limit) && limit != 0) out << "mac limit " << limit << "\n";
     for (const auto& entry : model().fdb()) {
         if (!entry.second.is_static) continue;
         const std::string mac = mac_text(entry.first.mac.data());
@@ -179,7 +255,7 @@ void print_running_config(std::ostream& out)
     print_vlans(out);
     print_lags(out);
     print_vlan_members(out);
-    print_ports(out);
+    print_port_settings(out);
     print_fdb(out);
     print_l3(out);
     print_flows(out);

@@ -2,6 +2,32 @@
 vlan create 30-32,40
 vlan add 30 1/1/20-21 1/1/22
 port 1/1/22 pvid 30
+port 1/1/23 admin off
+port 1/1/23-24 mtu 9000
+port 1/1/24 speed 100m
+port 1/1/24 duplex half
+port 1/1/24 autoneg off
+port 1/1/25 stp blocking
+port 1/1/25-26 mstp 4 learning
+port 1/1/26 mstp 9 discarding
+port 1/1/27 flow-control on off
+port 1/1/27 jamming on
+port 1/1/27 multicast 500
+port 1/1/28 mac-lock on
+port 1/1/28 mac-limit 64
+port 1/1/28 tagged-only on
+port 1/1/28 bpdu off
+port 1/1/29 egress off
+port 1/1/29 l2 off
+port 1/1/29 unknown-unicast-to-cpu on
+port 1/1/29 stats off
+port 1/1/32 flood-cpu broadcast
+port 1/1/32 flood-to 1/1/33 unknown-multicast
+port 1/1/33 mirror-to 1/1/34 both
+port 1/1/33 priority 2 6
+port 1/1/33 cos 3 5
+port 1/1/34 protocol-vlan ethernet2 0x0806 30
+port 1/1/35 advertise 100fd,1000fd
 lag create 0/1/3
 lag add 0/1/3 1/1/30-31
 lag balance 0/1/3 src-mac
