@@ -12,13 +12,9 @@
 #include <iostream>
 #include <string>
 
+#include "interactive.hh"
 #include "shell.hh"
 #include "vorn_sim.hh"
-
-#ifdef VORNSH_READLINE
-#include <readline/history.h>
-#include <readline/readline.h>
-#endif
 
 namespace {
 
@@ -38,23 +34,6 @@ const char usage[] =
     "The line card is brought up first unless --no-init is given.\n"
     "\n"
     "Type 'help' for the commands, 'help COMMAND' for one with an example.\n";
-
-bool read_line(bool interactive, std::string& line)
-{
-#ifdef VORNSH_READLINE
-    if (interactive) {
-        char* text = readline("vornsh> ");
-        if (!text) return false;
-        line = text;
-        if (*text) add_history(text);
-        std::free(text);
-        return true;
-    }
-#else
-    if (interactive) std::cout << "vornsh> " << std::flush;
-#endif
-    return static_cast<bool>(std::getline(std::cin, line));
-}
 
 unsigned int count_option(const std::string& value)
 {
@@ -147,12 +126,5 @@ int main(int argc, char** argv)
     if (file.is_open()) return shell.run_stream(file, script, !keep_going);
     if (script == "-" || !isatty(STDIN_FILENO)) return shell.run_stream(std::cin, "stdin", !keep_going);
 
-    std::string line;
-    int line_number = 0;
-    while (read_line(true, line)) {
-        const std::vector<std::string> words = vornsh::split_line(line);
-        if (!words.empty() && (words[0] == "quit" || words[0] == "exit")) break;
-        shell.run_line(line, "line " + std::to_string(++line_number));
-    }
-    return 0;
+    return vornsh::run_interactive(shell);
 }
