@@ -71,6 +71,27 @@ std::string texts(const First& first, const Rest&... rest)
     return out;
 }
 
+// A MAC address as "00:1b:21:0a:0b:0c"; a 16-bit number as "0x0800".
+inline std::string mac_text(const unsigned char* mac)
+{
+    static const char digits[] = "0123456789abcdef";
+    std::string out;
+    for (int i = 0; i < 6; ++i) {
+        if (i) out += ':';
+        out += digits[mac[i] >> 4];
+        out += digits[mac[i] & 15];
+    }
+    return out;
+}
+
+inline std::string hex16(unsigned int value)
+{
+    static const char digits[] = "0123456789abcdef";
+    std::string out = "0x";
+    for (int shift = 12; shift >= 0; shift -= 4) out += digits[(value >> shift) & 15];
+    return out;
+}
+
 // A sentence built from parts: texts as they stand, numbers in decimal,
 // a Usp as "1/1/3".  phrase("VLAN ", 5, " does not exist").
 inline std::string piece(const char* s) { return s; }

@@ -8,6 +8,8 @@
 
 namespace vorn_sim {
 
+using vorn_format::mac_text;
+
 namespace {
 
 const unsigned int kind_port = 1;
@@ -28,18 +30,6 @@ bool vlan_bit(const unsigned char* bitmap, unsigned int vlan)
 }
 
 bool unicast(const unsigned char* mac) { return (mac[0] & 1) == 0; }
-
-std::string mac_text(const unsigned char* mac)
-{
-    static const char digits[] = "0123456789abcdef";
-    std::string text;
-    for (int i = 0; i < 6; ++i) {
-        if (i) text += ':';
-        text += digits[mac[i] >> 4];
-        text += digits[mac[i] & 15];
-    }
-    return text;
-}
 
 }  // namespace
 

@@ -64,16 +64,30 @@ std::string ip4_text(unsigned int address)
                                address & 255);
 }
 
+// Groups in hexadecimal, the longest run of two or more zero groups as "::".
 std::string ip6_text(const unsigned char* address)
 {
+    unsigned int groups[8];
+    for (int i = 0; i < 8; ++i) groups[i] = address[2 * i] << 8 | address[2 * i + 1];
+    int run_start = -1, run_length = 1;
+    for (int i = 0; i < 8;) {
+        int j = i;
+        while (j < 8 && groups[j] == 0) ++j;
+        if (j - i > run_length) run_start = i, run_length = j - i;
+        i = j == i ? i + 1 : j;
+    }
     static const char digits[] = "0123456789abcdef";
     std::string text;
-    for (int i = 0; i < 16; i += 2) {
-        if (i) text += ':';
-        const unsigned int group = address[i] << 8 | address[i + 1];
+    for (int i = 0; i < 8; ++i) {
+        if (i == run_start) {
+            text += "::";
+            i += run_length - 1;
+            continue;
+        }
+        if (!text.empty() && text.back() != ':') text += ':';
         bool started = false;
         for (int shift = 12; shift >= 0; shift -= 4) {
-            const unsigned int digit = (group >> shift) & 15;
+            const unsigned int digit = (groups[i] >> shift) & 15;
             if (digit || started || shift == 0) text += digits[digit], started = true;
         }
     }
@@ -155,7 +169,8 @@ bool SwitchModel::create_l3_interface(const unsigned char* mac, unsigned int vla
             return false;
         for (const auto& entry : l3_interfaces_)
             if (entry.second.vlan == vlan && std::equal(mac, mac + 6, entry.second.mac.begin()))
-                return refuse("L3 interface ", entry.first, " has this MAC in VLAN ", vlan, " already");
+                return refuse("L3 interface ", entry.first, " has MAC ", vorn_format::mac_text(mac), " in VLAN ",
+                              vlan, " already");
         unsigned int id = 1;
         while (l3_interfaces_.count(id)) ++id;
         L3Interface& added = l3_interfaces_[id];
@@ -201,7 +216,7 @@ bool SwitchModel::delete_l3_interface(const unsigned char* mac, unsigned int vla
                (erase_where(l3_interfaces_, [&](const std::pair<const unsigned int, L3Interface>& e) {
                     return e.second.vlan == vlan && std::equal(mac, mac + 6, e.second.mac.begin());
                 }) == 1 ||
-                refuse("no L3 interface has this MAC in VLAN ", vlan));
+                refuse("no L3 interface has MAC ", vorn_format::mac_text(mac), " in VLAN ", vlan));
     }, mac, vlan);
 }
 

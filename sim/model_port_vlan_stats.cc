@@ -3,6 +3,20 @@
 
 namespace vorn_sim {
 
+namespace {
+
+const char* frame_type_name(frame_type_t frame)
+{
+    switch (frame) {
+    case FRAME_TYPE_ETHERNET2: return "Ethernet II";
+    case FRAME_TYPE_LLC: return "LLC";
+    case FRAME_TYPE_SNAP: return "SNAP";
+    default: return "unknown";
+    }
+}
+
+}  // namespace
+
 // --- VLAN settings of a port.
 bool SwitchModel::set_port_pvid(const Mp& p, unsigned int pvid)
 {
@@ -71,8 +85,8 @@ bool SwitchModel::delete_port_protocol_vlan(const Mp& p, frame_type_t frame, uns
     return op(89, "delete_port_protocol_vlan", [&] {
         return on_port(p, [&](PortState& s) {
             return s.protocol_vlans.erase(std::make_pair(static_cast<int>(frame), protocol)) == 1 ||
-                   refuse("port ", port_name(p), " has no VLAN for protocol ", protocol, " in frame type ",
-                          frame);
+                   refuse("port ", port_name(p), " has no VLAN for protocol ", vorn_format::hex16(protocol),
+                          " in ", frame_type_name(frame), " frames");
         });
     }, p, frame, protocol);
 }

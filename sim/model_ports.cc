@@ -84,7 +84,7 @@ bool SwitchModel::vlan_id(unsigned int vlan)
 
 bool SwitchModel::known_vlan(unsigned int vlan)
 {
-    return vlan_exists(vlan) || refuse("VLAN ", vlan, " does not exist");
+    return vlan_id(vlan) && (vlan_exists(vlan) || refuse("VLAN ", vlan, " does not exist"));
 }
 
 Lag* SwitchModel::known_lag(unsigned int lag_id)

@@ -310,6 +310,7 @@ TEST_F(Card, RefusalsSayWhyAndNameTheElement)
     VornSdkBase* sdk = nullptr;
     ASSERT_TRUE(vornsdk_get_sdk_instance(sdk));
     const int host_side = -1;
+    const unsigned char host6[16] = {0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
 
     struct Case {
         const char* what;
@@ -321,6 +322,8 @@ TEST_F(Card, RefusalsSayWhyAndNameTheElement)
     const Case cases[] = {
         {"VLAN id out of range", [] { return vorn_create_vlan(4095); },
          0, "create_vlan", "VLAN 4095 is outside 1-4094"},
+        {"VLAN id out of range where a VLAN must exist", [] { return vorn_set_port_pvid(port(1), 70000); },
+         80, "set_port_pvid", "VLAN 70000 is outside 1-4094"},
         {"duplicate", [] { return vorn_create_vlan(10); },
          0, "create_vlan", "VLAN 10 already exists"},
         {"missing VLAN", [] { return vorn_add_ports_to_vlan(77, {port(1)}, {}); },
@@ -341,6 +344,10 @@ TEST_F(Card, RefusalsSayWhyAndNameTheElement)
          158, "add_l3_host_ip4", "L3 interface 42 does not exist"},
         {"entry elsewhere", [] { return vorn_delete_l3_route_by_subnet_ip4(0x0a010000, 0xffff0000, port(5)); },
          175, "delete_l3_route_by_subnet_ip4", "route 10.1.0.0/16 leads to port 1/1/2, not port 1/1/5"},
+        {"missing IPv6 host", [&] { return sdk->delete_l3_host_by_addr_ip6(host6, Mp(0, 1), false); },
+         168, "delete_l3_host_by_addr_ip6", "host 2001:db8::1 does not exist"},
+        {"missing protocol VLAN", [&] { return sdk->delete_port_protocol_vlan(Mp(0, 3), FRAME_TYPE_ETHERNET2, 0x0800); },
+         89, "delete_port_protocol_vlan", "port 1/1/3 has no VLAN for protocol 0x0800 in Ethernet II frames"},
         {"mask with holes", [] { return vorn_delete_l3_route_by_subnet_ip4(0x0a010000, 0xff00ff00, port(2)); },
          175, "delete_l3_route_by_subnet_ip4", "mask 255.0.255.0 is not contiguous"},
         {"port mapping", [] { return vorn_set_port_pvid(Usp(1, 1, 49), 1); },
