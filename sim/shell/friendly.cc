@@ -2,10 +2,7 @@
 // flows and filters, statistics, CPU packets, callbacks, links and trace.
 // Every change goes through the library's API.
 #include <algorithm>
-#include <cstring>
 #include <map>
-#include <iomanip>
-#include <sstream>
 
 #include "model.hh"
 #include "port_settings.hh"
