@@ -114,12 +114,22 @@ bool refuse(const char* action, const Parts&... parts)
     return false;
 }
 
+// Why `port` names nothing on this card.
+std::string unknown(const Usp& port)
+{
+    if (port.unit() == 0 && port.slot() == vlan_interface_slot)
+        return vorn_format::phrase("VLAN interface ", port, ": VLAN ", port.port(), " does not exist");
+    if (port.unit() == 0 && port.slot() == lag_slot)
+        return vorn_format::phrase("LAG interface ", port, " is outside 0/1/1-0/1/", host().config.max_lags);
+    return vorn_format::phrase("unknown port ", port);
+}
+
 // Why `port` has no hardware port of its own.
 std::string not_physical(const Usp& port)
 {
     if (lag_interface(port)) return vorn_format::phrase(port, " is a LAG interface, not a physical port");
     if (vlan_interface(port)) return vorn_format::phrase(port, " is a VLAN interface, not a physical port");
-    return vorn_format::phrase("unknown port ", port);
+    return unknown(port);
 }
 
 // The hardware port of physical port `port`, or a refusal of `action`.
@@ -286,7 +296,7 @@ bool vorn_usp_to_mp_list(const Usp& port, std::list<Mp>& mps)
         vorn_sim::append(mps, vlan.untagged);
         return true;
     }
-    return vorn_sim::refuse(vorn_sim::port_mapping, "unknown port ", port);
+    return vorn_sim::refuse(vorn_sim::port_mapping, vorn_sim::unknown(port));
 }
 
 bool vorn_usp_list_to_mp_list(const std::list<Usp>& ports, std::list<Mp>& mps)
