@@ -2,6 +2,8 @@
 // after the words typed (Shell::next_words); nothing here knows a command.
 #include "interactive.hh"
 
+#include <sys/select.h>
+
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -88,16 +90,54 @@ int list_next(int, int)
 
 void note_interrupt(int) { interrupted = 1; }
 
-// Ctrl-C while reading: the line typed so far is dropped, the card lives on.
-int drop_line_on_interrupt()
+// Ctrl-C: the line typed so far is dropped, the card lives on.  Called
+// between keys, never from the signal handler, so readline is in a steady
+// state.
+void drop_line()
 {
-    if (!interrupted) return 0;
-    interrupted = 0;
     std::fputs("\n", rl_outstream);
     rl_replace_line("", 0);
     rl_on_new_line();
     rl_redisplay();
-    return 0;
+}
+
+// A whole line typed (nullptr at end of input), handed over by readline.
+struct Typed {
+    bool done = false;
+    bool end = false;
+    std::string line;
+} typed;
+
+void take_line(char* text)
+{
+    typed.done = true;
+    typed.end = text == nullptr;
+    typed.line = text ? text : "";
+    std::free(text);
+    rl_callback_handler_remove();
+}
+
+// Reads keys until a line is complete.  SIGINT is blocked but while waiting
+// for a key, so an interrupt is seen either before the wait or as its end,
+// never lost between the two.
+bool read_line(const sigset_t& waiting_mask, std::string& line)
+{
+    typed = Typed();
+    rl_callback_handler_install(prompt, take_line);
+    const int in = fileno(rl_instream);
+    while (!typed.done) {
+        if (interrupted) {
+            interrupted = 0;
+            drop_line();
+        }
+        fd_set ready;
+        FD_ZERO(&ready);
+        FD_SET(in, &ready);
+        if (pselect(in + 1, &ready, nullptr, nullptr, nullptr, &waiting_mask) > 0) rl_callback_read_char();
+    }
+    if (typed.end) std::fputs("\n", rl_outstream);
+    line = typed.line;
+    return !typed.end;
 }
 
 #endif
@@ -113,21 +153,25 @@ int run_interactive(Shell& shell)
     rl_attempted_completion_function = complete;
     rl_completer_word_break_characters = const_cast<char*>(" \t");
     rl_bind_key('?', list_next);
+    rl_catch_signals = 0;  // SIGINT is ours: it drops the line
     struct sigaction action;
     std::memset(&action, 0, sizeof action);
-    action.sa_handler = note_interrupt;  // no SA_RESTART: the read returns
+    action.sa_handler = note_interrupt;
     sigaction(SIGINT, &action, nullptr);
-    rl_signal_event_hook = drop_line_on_interrupt;
+    sigset_t interrupt, waiting_mask;
+    sigemptyset(&interrupt);
+    sigaddset(&interrupt, SIGINT);
+    sigprocmask(SIG_BLOCK, &interrupt, &waiting_mask);
     const std::string history = history_path();
     stifle_history(1000);
     read_history(history.c_str());
-    while (char* text = readline(prompt)) {
-        const std::string line = text;
-        std::free(text);
+    std::string line;
+    while (read_line(waiting_mask, line)) {
         if (!split_line(line).empty()) add_history(line.c_str());
         if (leaves(line)) break;
         shell.run_line(line, "line " + std::to_string(++number));
     }
+    sigprocmask(SIG_SETMASK, &waiting_mask, nullptr);
     if (write_history(history.c_str()) != 0) std::cerr << "vornsh: cannot write the history to " << history << "\n";
 #else
     std::string line;
