@@ -336,6 +336,18 @@ public:
     const std::set<std::pair<unsigned int, unsigned int>>& arp_filters() const { return arp_filters_; }
     const std::set<unsigned int>& ip_protocol_filters() const { return ip_protocol_filters_; }
     const std::set<unsigned int>& l4_port_filters() const { return l4_port_filters_; }
+    // VLAN classification (MAC, IPv4 and IPv6 subnet: VLAN and priority) and
+    // the switch-wide MAC limit, for the shell's running configuration.
+    const std::map<MacAddress, std::pair<unsigned int, unsigned int>>& mac_vlans() const { return mac_vlans_; }
+    const std::map<std::pair<unsigned int, unsigned int>, std::pair<unsigned int, unsigned int>>& ipv4_subnet_vlans() const
+    {
+        return ipv4_subnet_vlans_;
+    }
+    const std::map<std::pair<Ipv6Address, unsigned int>, std::pair<unsigned int, unsigned int>>& ipv6_subnet_vlans() const
+    {
+        return ipv6_subnet_vlans_;
+    }
+    int system_mac_limit() const { return system_mac_limit_; }
     Usp usp_of(const Mp& port, bool trunk) const;
 
 private:
@@ -403,7 +415,9 @@ private:
     bool erase_filter(Set& filters, const Key& key);
     const L3Interface* known_interface(unsigned int interface_id);
     std::string target_name(const Mp& port, bool trunk) const;  // "port 1/1/3", "LAG 0/1/2"
-    bool entry_at(const L3Target* entry, const std::string& name, const Mp& port, bool trunk);
+    template <class Table, class Key>
+    const L3Target* entry_at(const Table& table, const Key& key, const std::string& name, const Mp& port,
+                             bool trunk);
     int contiguous4(unsigned int mask);
     int contiguous6(const unsigned char* address, const unsigned char* mask);
     int* mac_limit(const Mp& port, unsigned int kind);  // the setting, or null after a refusal

@@ -82,6 +82,19 @@ void print_vlan_members(std::ostream& out)
                 << ports_of(vlan.second.untagged) << "\n";
 }
 
+// Which VLAN untagged frames join by source MAC or by IPv4 or IPv6 subnet.
+void print_vlan_classification(std::ostream& out)
+{
+    for (const auto& m : model().mac_vlans())
+        out << "vlan mac " << m.second.first << " " << mac_text(m.first.data()) << " " << m.second.second << "\n";
+    for (const auto& s : model().ipv4_subnet_vlans())
+        out << "set_ipv4_subnet_vlan " << ipv4_text(s.first.first) << " " << ipv4_text(s.first.second) << " "
+            << s.second.first << " " << s.second.second << "\n";
+    for (const auto& s : model().ipv6_subnet_vlans())
+        out << "set_ipv6_subnet_vlan " << ipv6_text(s.first.first.data()) << " " << s.first.second << " "
+            << s.second.first << " " << s.second.second << "\n";
+}
+
 // In the order of their ids, which the card hands out lowest free first.
 void print_lags(std::ostream& out)
 {
@@ -191,6 +204,7 @@ void print_port_settings(std::ostream& out)
 void print_fdb(std::ostream& out)
 {
     out << "mac aging " << model().aging_seconds() << "\n";
+    if (model().system_mac_limit() != 0) out << "mac limit " << model().system_mac_limit() << "\n";
     for (const auto& entry : model().fdb()) {
         if (!entry.second.is_static) continue;
         const std::string mac = mac_text(entry.first.mac.data());
@@ -255,6 +269,7 @@ void print_running_config(std::ostream& out)
     print_vlans(out);
     print_lags(out);
     print_vlan_members(out);
+    print_vlan_classification(out);
     print_port_settings(out);
     print_fdb(out);
     print_l3(out);

@@ -38,7 +38,8 @@ for line in '^port 1/1/1-8 pvid 10$' '^vlan create 10,20,30-32,40$' '^lag balanc
             '^port 1/1/9,1/1/25 stp blocking$' '^port 1/1/25-26 mstp 4 learning$' '^port 1/1/33 cos 3 5$' \
             '^port 1/1/32 flood-to 1/1/33 unknown-multicast$' '^port 1/1/29 l2 off$' \
             '^port 1/1/34 protocol-vlan ethernet2 0x0806 30$' '^port 1/1/35 advertise 100fd,1000fd$' \
-            '^port 1/1/33 mirror-to 1/1/34 both$' \
+            '^port 1/1/33 mirror-to 1/1/34 both$' '^vlan mac 31 00:1b:21:00:00:31 3$' \
+            '^set_ipv4_subnet_vlan 10.31.0.0 255.255.0.0 31 2$' '^set_ipv6_subnet_vlan 2001:db8:31:: 48 31 1$' '^mac limit 1000$' \
             '^mac add 0/1/3 ' '^create_l3_interface_with_id .* 6 off$' '^l3 host add 2001:db8::2 ' \
             '^add_of_flow_with_id dmac=.*,dport=22 11$' '^add_of_flow_action 12 output 10,1,2$' '^filter add arp 10.1.0.0/16$' \
             '^set_switch_unknown_unicast_to_cpu on$'; do

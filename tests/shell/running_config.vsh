@@ -33,7 +33,11 @@ lag add 0/1/3 1/1/30-31
 lag balance 0/1/3 src-mac
 lag create 0/1/2
 vlan add 40 0/1/3 -
+vlan mac 31 00:1b:21:00:00:31 3
+set_ipv4_subnet_vlan 10.31.0.0 255.255.0.0 31 2
+set_ipv6_subnet_vlan 2001:db8:31:: 48 31 1
 mac aging 600
+mac limit 1000
 mac add 0/1/3 00:1b:21:00:00:03 40
 create_l3_interface_with_id 02:00:00:00:00:30 30 5 off
 create_l3_interface_with_id 02:00:00:00:00:40 40 6 off
