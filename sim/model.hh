@@ -415,7 +415,9 @@ private:
     bool erase_filter(Set& filters, const Key& key);
     const L3Interface* known_interface(unsigned int interface_id);
     std::string target_name(const Mp& port, bool trunk) const;  // "port 1/1/3", "LAG 0/1/2"
-    bool entry_at(const L3Target* entry, const std::string& name, const Mp& port, bool trunk);
+    template <class Table, class Key>
+    const L3Target* entry_at(const Table& table, const Key& key, const std::string& name, const Mp& port,
+                             bool trunk);
     int contiguous4(unsigned int mask);
     int contiguous6(const unsigned char* address, const unsigned char* mask);
     int* mac_limit(const Mp& port, unsigned int kind);  // the setting, or null after a refusal

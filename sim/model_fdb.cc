@@ -193,8 +193,8 @@ bool SwitchModel::delete_mac_vlan_bitmap(const unsigned char* mac, unsigned char
 bool SwitchModel::delete_mac_by_mac(const unsigned char* mac)
 {
     return op(58, "delete_mac_by_mac", [&] {
-        return given(mac, "MAC address") &&
-               (remove_fdb_if(true, nullptr, same_mac, mac) > 0 || refuse("MAC ", mac_text(mac), " is not in the table"));
+        return given(mac, "MAC address") && (remove_fdb_if(true, nullptr, same_mac, mac) > 0 ||
+                                             refuse("MAC ", mac_text(mac), " is not in the table"));
     }, mac);
 }
 

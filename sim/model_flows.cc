@@ -53,7 +53,8 @@ bool SwitchModel::add_of_flow_with_id(of_flow_mp_s& flow, unsigned int flow_id)
 
 bool SwitchModel::delete_of_flow(unsigned int flow_id)
 {
-    return op(127, "delete_of_flow", [&] { return known_flow(flow_id) && flows_.erase(flow_id) == 1; }, flow_id);
+    return op(127, "delete_of_flow", [&] { return known_flow(flow_id) && flows_.erase(flow_id) == 1; },
+              flow_id);
 }
 
 bool SwitchModel::clear_of_flow_table()
@@ -186,7 +187,8 @@ bool SwitchModel::add_arp_filter(unsigned int address, unsigned int mask)
 bool SwitchModel::delete_arp_filter(unsigned int address, unsigned int mask)
 {
     return op(112, "delete_arp_filter",
-              [&] { return erase_filter(arp_filters_, std::make_pair(address & mask, mask)); }, address, mask);
+              [&] { return erase_filter(arp_filters_, std::make_pair(address & mask, mask)); }, address,
+              mask);
 }
 
 bool SwitchModel::delete_arp_filter_all()

@@ -133,14 +133,19 @@ std::string SwitchModel::target_name(const Mp& port, bool trunk) const
     return trunk ? vorn_format::phrase("LAG ", lag_name(port.port())) : "port " + port_name(port);
 }
 
-// A host or route looked up by address is also named by where it leads.
-bool SwitchModel::entry_at(const L3Target* entry, const std::string& name, const Mp& port, bool trunk)
+// A host or route looked up by address and by where it leads: null after
+// refusing one that is missing or leads elsewhere.
+template <class Table, class Key>
+const L3Target* SwitchModel::entry_at(const Table& table, const Key& key, const std::string& name,
+                                      const Mp& port, bool trunk)
 {
-    if (!entry) return refuse(name, " does not exist");
-    if (!same_port(*entry, port, trunk))
-        return refuse(name, " leads to ", target_name(entry->port, entry->trunk), ", not ",
-                      target_name(port, trunk));
-    return true;
+    auto found = table.find(key);
+    if (found == table.end()) return refuse(name, " does not exist"), nullptr;
+    const L3Target& entry = found->second;
+    if (!same_port(entry, port, trunk))
+        return refuse(name, " leads to ", target_name(entry.port, entry.trunk), ", not ", target_name(port, trunk)),
+               nullptr;
+    return &entry;
 }
 
 // The prefix length of an IPv4 mask, -1 after refusing one with holes.
@@ -169,8 +174,8 @@ bool SwitchModel::create_l3_interface(const unsigned char* mac, unsigned int vla
             return false;
         for (const auto& entry : l3_interfaces_)
             if (entry.second.vlan == vlan && std::equal(mac, mac + 6, entry.second.mac.begin()))
-                return refuse("L3 interface ", entry.first, " has MAC ", vorn_format::mac_text(mac), " in VLAN ",
-                              vlan, " already");
+                return refuse("L3 interface ", entry.first, " has MAC ", vorn_format::mac_text(mac),
+                              " in VLAN ", vlan, " already");
         unsigned int id = 1;
         while (l3_interfaces_.count(id)) ++id;
         L3Interface& added = l3_interfaces_[id];
@@ -238,7 +243,8 @@ bool SwitchModel::add_l3_host_ip4(Mp port, bool trunk, unsigned int address, con
 {
     return op(158, "add_l3_host_ip4", [&] {
         const L3Interface* on = nullptr;
-        if (!given(mac, "MAC address") || !known_target(port, trunk) || !(on = known_interface(interface_id)) ||
+        if (!given(mac, "MAC address") || !known_target(port, trunk) ||
+            !(on = known_interface(interface_id)) ||
             !room("host table", hosts4_.size() + hosts6_.size(), config_.hosts))
             return false;
         if (hosts4_.count(address)) return refuse("host ", ip4_text(address), " already exists");
@@ -256,7 +262,8 @@ bool SwitchModel::add_l3_host_ip6(Mp port, bool trunk, const unsigned char* addr
             !(on = known_interface(interface_id)) ||
             !room("host table", hosts4_.size() + hosts6_.size(), config_.hosts))
             return false;
-        return hosts6_.emplace(masked6(address, 128), target(port, trunk, mac, interface_id, on->vlan)).second ||
+        const L3Target t = target(port, trunk, mac, interface_id, on->vlan);
+        return hosts6_.emplace(masked6(address, 128), t).second ||
                refuse("host ", ip6_text(address), " already exists");
     }, port, trunk, address, mac, interface_id);
 }
@@ -266,11 +273,10 @@ bool SwitchModel::get_l3_host_ip4(unsigned int address, Mp port, unsigned char* 
 {
     return op(160, "get_l3_host_ip4", [&] {
         if (!given(mac, "MAC buffer")) return false;
-        auto found = hosts4_.find(address);
-        if (!entry_at(found != hosts4_.end() ? &found->second : nullptr, "host " + ip4_text(address), port, trunk))
-            return false;
-        std::copy(found->second.mac.begin(), found->second.mac.end(), mac);
-        interface_id = found->second.interface_id;
+        const L3Target* host = entry_at(hosts4_, address, "host " + ip4_text(address), port, trunk);
+        if (!host) return false;
+        std::copy(host->mac.begin(), host->mac.end(), mac);
+        interface_id = host->interface_id;
         return true;
     }, address, port, trunk);
 }
@@ -280,11 +286,10 @@ bool SwitchModel::get_l3_host_ip6(const unsigned char* address, Mp port, unsigne
 {
     return op(161, "get_l3_host_ip6", [&] {
         if (!given(address, "IPv6 address") || !given(mac, "MAC buffer")) return false;
-        auto found = hosts6_.find(masked6(address, 128));
-        if (!entry_at(found != hosts6_.end() ? &found->second : nullptr, "host " + ip6_text(address), port, trunk))
-            return false;
-        std::copy(found->second.mac.begin(), found->second.mac.end(), mac);
-        interface_id = found->second.interface_id;
+        const L3Target* host = entry_at(hosts6_, masked6(address, 128), "host " + ip6_text(address), port, trunk);
+        if (!host) return false;
+        std::copy(host->mac.begin(), host->mac.end(), mac);
+        interface_id = host->interface_id;
         return true;
     }, address, port, trunk);
 }
@@ -321,10 +326,8 @@ bool SwitchModel::delete_l3_host_by_network_ip6(const unsigned char* address)
 bool SwitchModel::delete_l3_host_by_addr_ip4(unsigned int address, const Mp& port, bool trunk)
 {
     return op(167, "delete_l3_host_by_addr_ip4", [&] {
-        auto found = hosts4_.find(address);
-        if (!entry_at(found != hosts4_.end() ? &found->second : nullptr, "host " + ip4_text(address), port, trunk))
-            return false;
-        hosts4_.erase(found);
+        if (!entry_at(hosts4_, address, "host " + ip4_text(address), port, trunk)) return false;
+        hosts4_.erase(address);
         return true;
     }, address, port, trunk);
 }
@@ -333,10 +336,9 @@ bool SwitchModel::delete_l3_host_by_addr_ip6(const unsigned char* address, const
 {
     return op(168, "delete_l3_host_by_addr_ip6", [&] {
         if (!given(address, "IPv6 address")) return false;
-        auto found = hosts6_.find(masked6(address, 128));
-        if (!entry_at(found != hosts6_.end() ? &found->second : nullptr, "host " + ip6_text(address), port, trunk))
-            return false;
-        hosts6_.erase(found);
+        const Ipv6Key key = masked6(address, 128);
+        if (!entry_at(hosts6_, key, "host " + ip6_text(address), port, trunk)) return false;
+        hosts6_.erase(key);
         return true;
     }, address, port, trunk);
 }
@@ -393,13 +395,12 @@ bool SwitchModel::get_l3_route_by_subnet_ip4(unsigned int address, unsigned int 
     return op(162, "get_l3_route_by_subnet_ip4", [&] {
         const int length = contiguous4(mask);
         if (length < 0 || !given(mac, "MAC buffer")) return false;
-        auto found = routes4_[length].find(address & mask);
-        if (!entry_at(found != routes4_[length].end() ? &found->second : nullptr,
-                      "route " + route4_name(address, length), port, trunk))
-            return false;
-        std::copy(found->second.mac.begin(), found->second.mac.end(), mac);
-        interface_id = found->second.interface_id;
-        vlan = found->second.vlan;
+        const L3Target* route =
+            entry_at(routes4_[length], address & mask, "route " + route4_name(address, length), port, trunk);
+        if (!route) return false;
+        std::copy(route->mac.begin(), route->mac.end(), mac);
+        interface_id = route->interface_id;
+        vlan = route->vlan;
         return true;
     }, address, mask, port, trunk);
 }
@@ -411,12 +412,11 @@ bool SwitchModel::get_l3_route_by_subnet_ip6(const unsigned char* address, const
     return op(163, "get_l3_route_by_subnet_ip6", [&] {
         const int length = contiguous6(address, mask);
         if (length < 0 || !given(mac, "MAC buffer")) return false;
-        auto found = routes6_[length].find(masked6(address, length));
-        if (!entry_at(found != routes6_[length].end() ? &found->second : nullptr,
-                      "route " + route6_name(address, length), port, trunk))
-            return false;
-        interface_id = found->second.interface_id;
-        std::copy(found->second.mac.begin(), found->second.mac.end(), mac);
+        const L3Target* route = entry_at(routes6_[length], masked6(address, length),
+                                         "route " + route6_name(address, length), port, trunk);
+        if (!route) return false;
+        interface_id = route->interface_id;
+        std::copy(route->mac.begin(), route->mac.end(), mac);
         return true;
     }, address, mask, port, trunk);
 }
@@ -437,11 +437,9 @@ bool SwitchModel::delete_l3_route_by_subnet_ip4(unsigned int address, unsigned i
     return op(175, "delete_l3_route_by_subnet_ip4", [&] {
         const int length = contiguous4(mask);
         if (length < 0) return false;
-        auto found = routes4_[length].find(address & mask);
-        if (!entry_at(found != routes4_[length].end() ? &found->second : nullptr,
-                      "route " + route4_name(address, length), port, trunk))
+        if (!entry_at(routes4_[length], address & mask, "route " + route4_name(address, length), port, trunk))
             return false;
-        routes4_[length].erase(found);
+        routes4_[length].erase(address & mask);
         --route4_count_;
         return true;
     }, address, mask, port, trunk);
@@ -453,11 +451,9 @@ bool SwitchModel::delete_l3_route_by_subnet_ip6(const unsigned char* address, co
     return op(176, "delete_l3_route_by_subnet_ip6", [&] {
         const int length = contiguous6(address, mask);
         if (length < 0) return false;
-        auto found = routes6_[length].find(masked6(address, length));
-        if (!entry_at(found != routes6_[length].end() ? &found->second : nullptr,
-                      "route " + route6_name(address, length), port, trunk))
-            return false;
-        routes6_[length].erase(found);
+        const Ipv6Key key = masked6(address, length);
+        if (!entry_at(routes6_[length], key, "route " + route6_name(address, length), port, trunk)) return false;
+        routes6_[length].erase(key);
         --route6_count_;
         return true;
     }, address, mask, port, trunk);

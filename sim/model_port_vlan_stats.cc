@@ -273,7 +273,8 @@ bool SwitchModel::get_port_brief_stat_counter32(const Mp& p, brief_stat_type_t t
                                                 unsigned int& value)
 {
     return op(45, "get_port_brief_stat_counter32", [&] {
-        return within("brief counter type", type, 0, BRIEF_STAT_TYPE_COUNT - 1) && on_port(p, [&](PortState& s) {
+        return within("brief counter type", type, 0, BRIEF_STAT_TYPE_COUNT - 1) &&
+               on_port(p, [&](PortState& s) {
                    value = static_cast<unsigned int>(brief_value(s, type));
                    return true;
                });

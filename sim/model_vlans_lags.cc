@@ -32,7 +32,8 @@ std::size_t distinct(const std::list<Mp>& ports)
 bool SwitchModel::create_vlan(unsigned int vlan)
 {
     return op(0, "create_vlan", [&] {
-        return vlan_id(vlan) && (vlans_.emplace(vlan, Vlan()).second || refuse("VLAN ", vlan, " already exists"));
+        return vlan_id(vlan) &&
+               (vlans_.emplace(vlan, Vlan()).second || refuse("VLAN ", vlan, " already exists"));
     }, vlan);
 }
 
