@@ -63,24 +63,19 @@ std::string vlans_text(const std::vector<unsigned int>& vlans)
 
 // --- port -------------------------------------------------------------------
 
-// Sets one setting on every port of the list; the old values are read first
-// and put back if a port refuses.
+// Sets one setting on every port of the list; what puts each port back is
+// read first, and used if a later port refuses.
 bool set_port_setting(const PortSetting& setting, const Words& w)
 {
     const std::vector<Usp> ports = port_list(w[0]);
     const Words values(w.begin() + 2, w.end());
-    const Words keys(values.begin(), values.begin() + static_cast<long>(setting.keys));
-    std::map<std::string, Words> old;
-    if (setting.get)
-        for (const Usp& p : ports) {
-            Words current;
-            if (setting.get(p, keys, current)) old[port_text(p)] = current;
-        }
+    std::map<std::string, std::function<bool()>> undo;
+    for (const Usp& p : ports) undo[port_text(p)] = undo_of(setting, p, values);
     return all_or_nothing(
         ports, [&](const Usp& p) { return setting.set(p, values); },
         [&](const Usp& p) {
-            const auto found = old.find(port_text(p));
-            return found != old.end() && setting.set(p, found->second);
+            const std::function<bool()>& put_back = undo[port_text(p)];
+            return put_back && put_back();
         },
         ports_of);
 }

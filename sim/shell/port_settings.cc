@@ -1,6 +1,9 @@
 #include "port_settings.hh"
 
+#include "model.hh"
 #include "vorn_api.hh"
+#include "vorn_port_mapping.hh"
+#include "vorn_sim.hh"
 
 namespace vornsh {
 
@@ -69,7 +72,7 @@ template <class T>
 PortSetting single(const std::string& name, const std::string& value_name, Value<T> value,
                    std::function<bool(const Usp&, T)> set, std::function<bool(const Usp&, T&)> get)
 {
-    PortSetting setting{name, word_of(value_name), choices_of(value_name, value), 0, nullptr, nullptr};
+    PortSetting setting{name, word_of(value_name), choices_of(value_name, value), 0, nullptr, nullptr, nullptr};
     setting.set = [value, set](const Usp& p, const Words& w) { return set(p, value.read(w.at(0))); };
     if (get)
         setting.get = [value, get](const Usp& p, const Words&, Words& out) {
@@ -87,7 +90,7 @@ PortSetting pair(const std::string& name, const std::string& a_name, Value<A> a,
                  Value<B> b, std::function<bool(const Usp&, A, B)> set, std::function<bool(const Usp&, A&, B&)> get)
 {
     PortSetting setting{name, word_of(a_name) + " " + word_of(b_name),
-                        merged(choices_of(a_name, a), choices_of(b_name, b)), 0, nullptr, nullptr};
+                        merged(choices_of(a_name, a), choices_of(b_name, b)), 0, nullptr, nullptr, nullptr};
     setting.set = [a, b, set](const Usp& p, const Words& w) { return set(p, a.read(w.at(0)), b.read(w.at(1))); };
     setting.get = [a, b, get](const Usp& p, const Words&, Words& out) {
         A first{};
@@ -106,7 +109,7 @@ PortSetting keyed(const std::string& name, const std::string& key_name, Value<K>
                   std::function<bool(const Usp&, K, T&)> get)
 {
     PortSetting setting{name, word_of(key_name) + " " + word_of(value_name),
-                        merged(choices_of(key_name, key), choices_of(value_name, value)), 1, nullptr, nullptr};
+                        merged(choices_of(key_name, key), choices_of(value_name, value)), 1, nullptr, nullptr, nullptr};
     setting.set = [key, value, set](const Usp& p, const Words& w) {
         return set(p, key.read(w.at(0)), value.read(w.at(1)));
     };
@@ -121,6 +124,16 @@ PortSetting keyed(const std::string& name, const std::string& key_name, Value<K>
 }
 
 std::list<Usp> one(const Usp& p) { return std::list<Usp>{p}; }
+
+// The reference host's state of a port, for what the library cannot read
+// back; null where the card has no such port.
+const vorn_sim::PortState* model_state(const Usp& port)
+{
+    const vorn_sim::SwitchModel* model = vorn_sim::model();
+    Mp mp;
+    if (!model || !vorn_usp_to_mp(port, mp)) return nullptr;
+    return const_cast<vorn_sim::SwitchModel*>(model)->port_state(mp);
+}
 
 std::vector<PortSetting> make_settings()
 {
@@ -187,7 +200,10 @@ std::vector<PortSetting> make_settings()
         pair<Usp, mirror_type_t>(
             "mirror-to", "target", port(), "type", names<mirror_type_t>(),
             [](const Usp& p, Usp target, mirror_type_t type) { return vorn_set_port_mirror(target, p, type); },
-            [](const Usp& p, Usp& target, mirror_type_t& type) { return vorn_get_port_mirror(target, p, type); }),
+            // Not mirrored reads as nothing: no target to name.
+            [](const Usp& p, Usp& target, mirror_type_t& type) {
+                return vorn_get_port_mirror(target, p, type) && type != MIRROR_TYPE_NONE;
+            }),
         keyed<unsigned int, unsigned int>("priority", "key", number(7), "priority", number(7),
                                           vorn_set_port_vlan_priority, vorn_get_port_vlan_priority),
         keyed<unsigned int, unsigned int>("cos", "key", number(7), "queue", number(7), vorn_set_port_cos_mapping,
@@ -195,14 +211,42 @@ std::vector<PortSetting> make_settings()
         single<lag_psc_t>("balance", "strategy", names<lag_psc_t>(), vorn_set_lag_balancing_strategy,
                           vorn_get_lag_balancing_strategy),
     };
+    // A port not mirrored yet is put back unmirrored.
+    auto named = [&settings](const std::string& name) -> PortSetting& {
+        for (PortSetting& setting : settings)
+            if (setting.name == name) return setting;
+        throw std::logic_error("no port setting " + name);
+    };
+    PortSetting& mirror = named("mirror-to");
+    mirror.put_back = [set = mirror.set](const Usp& p, const Words& values) -> std::function<bool()> {
+        return [set, p, values] { return set(p, {values.at(0), enum_text(MIRROR_TYPE_NONE)}); };
+    };
+    PortSetting& l2 = named("l2");
+    l2.put_back = [](const Usp& p, const Words&) -> std::function<bool()> {
+        const vorn_sim::PortState* state = model_state(p);
+        if (!state) return nullptr;
+        const bool was = state->l2;
+        return [p, was] { return vorn_set_port_l2_enable(p, was); };
+    };
     // A protocol VLAN has no getter: three values read and set together.
     const Value<frame_type_t> frame = names<frame_type_t>();
     PortSetting protocol_vlan{"protocol-vlan", "<frame> <protocol> <vlan>", choices_of("frame", frame), 0,
-                              nullptr, nullptr};
+                              nullptr, nullptr, nullptr};
     protocol_vlan.set = [frame](const Usp& p, const Words& w) {
         const frame_type_t type = frame.read(w.at(0));
         const unsigned short protocol = static_cast<unsigned short>(read_number(w.at(1), 0xffff));
         return vorn_set_port_protocol_vlan(p, type, protocol, static_cast<unsigned int>(read_number(w.at(2), 4095)));
+    };
+    protocol_vlan.put_back = [frame](const Usp& p, const Words& w) -> std::function<bool()> {
+        const vorn_sim::PortState* state = model_state(p);
+        if (!state) return nullptr;
+        const frame_type_t type = frame.read(w.at(0));
+        const unsigned short protocol = static_cast<unsigned short>(read_number(w.at(1), 0xffff));
+        const auto found = state->protocol_vlans.find({static_cast<int>(type), protocol});
+        if (found == state->protocol_vlans.end())
+            return [p, type, protocol] { return vorn_delete_port_protocol_vlan(p, type, protocol); };
+        const unsigned int vlan = found->second;
+        return [p, type, protocol, vlan] { return vorn_set_port_protocol_vlan(p, type, protocol, vlan); };
     };
     settings.push_back(protocol_vlan);
     return settings;
@@ -221,6 +265,17 @@ const PortSetting* find_port_setting(const std::string& name)
     for (const PortSetting& setting : port_settings())
         if (setting.name == name) return &setting;
     return nullptr;
+}
+
+std::function<bool()> undo_of(const PortSetting& setting, const Usp& port, const Words& values)
+{
+    const Words keys(values.begin(), values.begin() + static_cast<long>(setting.keys));
+    Words old;
+    if (setting.get && setting.get(port, keys, old)) {
+        const auto set = setting.set;
+        return [set, port, old] { return set(port, old); };
+    }
+    return setting.put_back ? setting.put_back(port, values) : nullptr;
 }
 
 bool port_setting_value(const PortSetting& setting, const Usp& port, const Words& keys, std::string& value)

@@ -29,7 +29,17 @@ struct PortSetting {
     // Calls the API getter and gives back the value words that `set` reads
     // (the keys included); empty where the library has no getter.
     std::function<bool(const Usp& port, const Words& keys, Words& values)> get;
+    // Where the getter gives nothing (there is none, or nothing is set yet):
+    // reads from the reference host's model what setting `values` on `port`
+    // would replace, and returns what puts it back; null where that is not
+    // known.
+    std::function<std::function<bool()>(const Usp& port, const Words& values)> put_back;
 };
+
+// What puts `port` back as it is now should `setting` be changed to
+// `values`: the getter's value set again, or the setting's own put_back;
+// null where neither knows.
+std::function<bool()> undo_of(const PortSetting& setting, const Usp& port, const Words& values);
 
 const std::vector<PortSetting>& port_settings();
 const PortSetting* find_port_setting(const std::string& name);

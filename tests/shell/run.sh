@@ -72,6 +72,16 @@ else
   echo "FAILED: help api examples (bad input, or refused otherwise than listed)"
   failed=$((failed + 1))
 fi
+# port_settings.vsh tries every setting that `port` takes.
+settings=$("${vornsh[@]}" --complete "port 1/1/1" | sort)
+tried=$(sed -n -E 's/^port [^ ]+ ([^ ]+) .*/\1/p' "$cases/port_settings.vsh" | sort -u)
+if [[ "$settings" == "$tried" ]]; then
+  passed=$((passed + 1))
+else
+  echo "FAILED: port settings that port_settings.vsh does not try, or tries but port does not take:"
+  diff <(echo "$settings") <(echo "$tried")
+  failed=$((failed + 1))
+fi
 # What may follow the words typed: one case a line in completion.cases.
 while read -r typed; do
   printf '%s =>' "$typed"
