@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """vornsh at a terminal: runs it on a pseudo-terminal and types at it.
 
-Checks that Tab completes command words and setting names, that `?` lists
+Checks that Tab completes command words, setting and enumeration names, that `?` lists
 what may come next, that Ctrl-C drops the line being typed without ending
 the shell, that `exit` ends it with status 0, and that the history is
 written on exit and read back by the next session.
@@ -103,6 +103,15 @@ def main():
         t.expect("100m")
         t.expect("vornsh> ")
 
+    def enumeration_completes():
+        t.type("port 1/1/2 stp bl\t")
+        t.expect("blocking ")
+        t.type("\r")
+        t.expect("vornsh> ")
+        t.type("show ports 1/1/2\r")
+        t.expect("blocking")
+        t.expect("vornsh> ")
+
     def question_lists_views():
         t.type("show ?")
         listed = t.since_mark_until("running-config")
@@ -146,6 +155,7 @@ def main():
 
     case("Tab completes a command", command_completes)
     case("Tab completes a port setting", setting_completes)
+    case("Tab completes an enumeration name", enumeration_completes)
     case("? lists the views after show", question_lists_views)
     case("Ctrl-C drops the line and the shell lives on", interrupt_drops_line)
     case("exit ends the shell and writes the history", exit_writes_history)
