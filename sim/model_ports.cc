@@ -260,7 +260,7 @@ bool SwitchModel::get_port_ability(const Mp& p, port_ability_type_t& ability)
 bool SwitchModel::set_port_advertising_ability(const Mp& p, port_ability_type_t ability)
 {
     return op(97, "set_port_advertising_ability", [&] {
-        return flags_within("abilities", ability, all_abilities) &&
+        return flags_within("ability set", ability, all_abilities) &&
                on_port(p, [&](PortState& s) { return s.advertised = ability, true; });
     }, p, ability);
 }

@@ -69,7 +69,9 @@ struct Refusal {
     std::string reason;
 };
 // How many refusals the host has made since it was reset; a caller compares
-// the count before and after a call to know whether the host refused.
+// the count before and after a call to know whether the host refused.  The
+// library probes the port mapping (a port, then a LAG), so a call that
+// succeeds may have counted one too: compare only when the call failed.
 unsigned long refusal_count();
 // The most recent refusal (empty operation and reason if none yet).
 const Refusal& last_refusal();
