@@ -505,18 +505,18 @@ void add_friendly_commands(Shell& shell)
     add("terminate", "bring the line card down", "terminate",
         {form("", [](const Words&, std::ostream&) { return vorn_lcmgr_api_terminate(); })});
     add("port", "change a setting of ports, on all of them or none (help port lists the settings)",
-        "port 1/1/1-8 pvid 10", port_forms());
+        "port 1/1/1-8 mtu 9000", port_forms());
     add("vlan", "VLANs and their members ('-' is no port); a range is created or deleted whole or not at all",
-        "vlan add 10 1/1/47-48 1/1/1-8", vlan_forms());
+        "vlan add 1 1/1/47-48 1/1/1-8", vlan_forms());
     add("lag", "LAG interfaces 0/1/n", "lag add 0/1/1 1/1/45-46", lag_forms());
-    add("mac", "the MAC table", "mac add 1/1/3 00:1b:21:0a:0b:0c 10", mac_forms());
-    add("l3", "L3 interfaces, hosts and routes (IPv4 or IPv6)", "l3 route add 10.0.0.0/8 0/1/1 00:1b:21:0f:0f:0f 1",
+    add("mac", "the MAC table", "mac add 1/1/3 00:1b:21:0a:0b:0c 1", mac_forms());
+    add("l3", "L3 interfaces, hosts and routes (IPv4 or IPv6)", "l3 interface create 00:1b:21:0f:0f:0f 1",
         l3_forms());
     add("flow", "flows: match key=value,... (in dmac smac vlan pcp eth sip dip proto tos sport dport)",
         "flow add in=1/1/1,eth=0x0806 10", flow_forms());
     add("filter", "packet filters to the CPU", "filter add ip-protocol 89", filter_forms());
     add("packet", "send a frame from the CPU, or receive one on a port (reference host)",
-        "packet send 0/1/1 - ffffffffffff0200", packet_forms());
+        "packet send 1/1/1 - ffffffffffff0200", packet_forms());
     add("link", "plug or pull the cable of ports (reference host)", "link 1/1/7 down",
         {form("<ports> <state>", link, {{"state", enum_names<phy_state_t>()}})});
     add("callbacks", "register the shell's callbacks; show events prints what arrived", "callbacks on",

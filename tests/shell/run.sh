@@ -55,21 +55,21 @@ else
   echo "FAILED: a script goes on after its first error (status $status)"
   failed=$((failed + 1))
 fi
-# Every `help api` example, run on a fresh default card: none may be bad
-# input, and each refusal (status 2) is listed with its reason in
-# api_examples.out: what the example cannot avoid on a card that has, for
-# instance, no LAG, no flow and no L3 interface yet.
-names=$("${vornsh[@]}" --no-init - <<<"help api" | awk '{print $1}')
+# The example of every command (`help COMMAND`), run on a fresh default
+# card: none may be bad input, and each refusal (status 2) is listed with its
+# reason in examples.out: what the example cannot avoid on a card that has,
+# for instance, no LAG, no flow and no L3 interface yet.
+names=$("${vornsh[@]}" --complete "")
 while read -r name; do
   example=$("${vornsh[@]}" --no-init - <<<"help $name" | sed -n 's/^  example: //p')
   said=$("${vornsh[@]}" - <<<"$example" 2>&1 >/dev/null)
   status=$?
   [[ $status -ne 0 ]] && printf '%s\n  exit %s: %s\n' "$example" "$status" "$said"
 done <<<"$names" >"$actual"
-if ! grep -q '^  exit 1' "$actual" && diff -u "$cases/api_examples.out" "$actual"; then
+if ! grep -q '^  exit 1' "$actual" && diff -u "$cases/examples.out" "$actual"; then
   passed=$((passed + 1))
 else
-  echo "FAILED: help api examples (bad input, or refused otherwise than listed)"
+  echo "FAILED: help examples (bad input, or refused otherwise than listed)"
   failed=$((failed + 1))
 fi
 # port_settings.vsh tries every setting that `port` takes.
