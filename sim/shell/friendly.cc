@@ -527,7 +527,7 @@ void add_friendly_commands(Shell& shell)
                   const bool on = read_flag(w[0]);
                   if (on) vorn_sim::set_trace_stream(&out);
                   const bool ok = vorn_set_lcmgr_trace("trace_level_all", on);
-                  if (!on) vorn_sim::set_trace_stream(nullptr);
+                  if (!on || !ok) vorn_sim::set_trace_stream(nullptr);
                   return ok;
               },
               {{"on|off", flag_names()}})});
