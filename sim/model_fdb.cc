@@ -241,11 +241,12 @@ bool SwitchModel::get_fdb_aging_time(int& seconds)
 }
 
 // Limits by kind: 1 a port, 2 a LAG (port = LAG id), 3 a VLAN (port = VLAN
-// id), 4 the switch.  Mp(0, 0) always names the switch, whatever the kind.
-// A limit never set is 0, no limit.
+// id), 4 the switch, whatever port comes with it.  A port limit on Mp(0, 0),
+// which is no port, is refused: that is what a limit set on an interface the
+// library cannot translate arrives as.  A limit never set is 0, no limit.
 int* SwitchModel::mac_limit(const Mp& port, unsigned int kind)
 {
-    if (port == Mp(0, 0) || kind == kind_switch) return &system_mac_limit_;
+    if (kind == kind_switch) return &system_mac_limit_;
     switch (kind) {
     case kind_port: return known_port(port) ? &ports_[index_of(port)].mac_limit : nullptr;
     case kind_lag: {

@@ -1,10 +1,9 @@
 # Every port setting over a range that ends in a port the card lacks: the
 # ports before it are put back as they were, so the running configuration
 # keeps only the VLAN and the LAG made here (and what has no getter to put
-# back).  The library takes a MAC limit for a port the card lacks, and the
-# reference host makes it the card's limit ("mac limit 100" below), so
-# mac-limit is not refused.  run.sh checks that this script names every
-# setting.
+# back).  The library passes a MAC limit for a port it cannot translate on
+# as a port limit for no port, which the reference host refuses.  run.sh
+# checks that this script names every setting.
 vlan create 10
 lag create 0/1/1
 port 1/1/47-49 pvid 10

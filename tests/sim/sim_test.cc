@@ -350,6 +350,8 @@ TEST_F(Card, RefusalsSayWhyAndNameTheElement)
          89, "delete_port_protocol_vlan", "port 1/1/3 has no VLAN for protocol 0x0800 in Ethernet II frames"},
         {"mask with holes", [] { return vorn_delete_l3_route_by_subnet_ip4(0x0a010000, 0xff00ff00, port(2)); },
          175, "delete_l3_route_by_subnet_ip4", "mask 255.0.255.0 is not contiguous"},
+        {"port MAC limit on a LAG, which arrives as no port", [] { return vorn_set_port_mac_limit(lag(1), 100); },
+         86, "set_system_mac_limit", "unknown hardware port 0:0"},
         {"port mapping", [] { return vorn_set_port_pvid(Usp(1, 1, 49), 1); },
          host_side, "port mapping", "unknown port 1/1/49"},
         {"LAG interface where a port is needed", [] { return vorn_set_port_mirror(lag(1), port(1), MIRROR_TYPE_BOTH); },
