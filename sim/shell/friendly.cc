@@ -482,9 +482,7 @@ std::vector<Form> callback_forms()
 std::vector<Form> show_forms()
 {
     std::vector<Form> forms;
-    for (const char* view : {"port <port>", "ports [ports]", "vlan [vlans]", "lag [lags]", "fdb [filter]", "l3",
-                             "route", "flow", "counters [ports]", "sent", "events", "running-config", "all"})
-        forms.push_back(form(view, show));
+    for (const std::string& view : show_view_forms()) forms.push_back(form(view, show));
     return forms;
 }
 

@@ -74,6 +74,8 @@ void add_friendly_commands(Shell& shell);
 // The show views: the switch model's tables, so that what is shown is what
 // the library did to the "hardware".
 bool show(const Words& words, std::ostream& out);
+// Each view's name and the words it takes ("vlan [vlans]"), in the order of `show all`.
+std::vector<std::string> show_view_forms();
 
 std::vector<std::string> split_line(const std::string& line);
 

@@ -344,35 +344,46 @@ bool show_events(std::ostream& out)
     return true;
 }
 
-// The views, each with the words after its name (an optional filter).
+// The views, each with its name and the words after it (an optional filter
+// in brackets): the shell's `show` forms are made from these.
 struct View {
-    const char* name;
+    const char* form;
     std::function<bool(const Words&, std::ostream&)> show;
+
+    std::string name() const
+    {
+        const std::string text = form;
+        return text.substr(0, text.find(' '));
+    }
+    bool takes_a_word() const { return std::string(form).find('<') != std::string::npos; }
 };
 
 const std::vector<View>& views()
 {
     static const std::vector<View> list = {
-        {"port", [](const Words& w, std::ostream& out) {
+        {"port <port>", [](const Words& w, std::ostream& out) {
              need(w, 1);
              const Usp port = read_port(w[0]);
              return is_lag(port) ? show_lag_port(port, out) : show_port(port, out);
          }},
-        {"ports", [](const Words& w, std::ostream& out) { return show_ports(w.empty() ? card_ports() : read_ports(w[0]), out); }},
-        {"vlan", [](const Words& w, std::ostream& out) { return show_vlans(w.empty() ? std::vector<unsigned int>() : read_vlans(w[0]), out); }},
-        {"lag", [](const Words& w, std::ostream& out) { return show_lags(w.empty() ? std::list<Usp>() : read_ports(w[0]), out); }},
-        {"fdb", show_fdb},
+        {"ports [ports]", [](const Words& w, std::ostream& out) { return show_ports(w.empty() ? card_ports() : read_ports(w[0]), out); }},
+        {"vlan [vlans]", [](const Words& w, std::ostream& out) { return show_vlans(w.empty() ? std::vector<unsigned int>() : read_vlans(w[0]), out); }},
+        {"lag [lags]", [](const Words& w, std::ostream& out) { return show_lags(w.empty() ? std::list<Usp>() : read_ports(w[0]), out); }},
+        {"fdb [filter]", show_fdb},
         {"l3", [](const Words&, std::ostream& out) { return show_l3(out); }},
         {"route", [](const Words&, std::ostream& out) { return show_routes(out); }},
         {"flow", [](const Words&, std::ostream& out) { return show_flows(out); }},
-        {"counters", show_counters},
+        {"counters [ports]", show_counters},
         {"sent", [](const Words&, std::ostream& out) { return show_sent(out); }},
         {"events", [](const Words&, std::ostream& out) { return show_events(out); }},
         {"running-config", [](const Words&, std::ostream& out) { return print_running_config(out), true; }},
+        // Every table: each view that needs no word, but the configuration.
         {"all", [](const Words&, std::ostream& out) {
-             for (const char* view : {"ports", "vlan", "lag", "fdb", "l3", "route", "flow", "counters", "sent", "events"}) {
-                 out << "--- " << view << "\n";
-                 show({view}, out);
+             for (const View& view : views()) {
+                 const std::string name = view.name();
+                 if (view.takes_a_word() || name == "running-config" || name == "all") continue;
+                 out << "--- " << name << "\n";
+                 view.show({}, out);
              }
              return true;
          }},
@@ -387,10 +398,17 @@ bool show(const Words& w, std::ostream& out)
     need(w, 1);
     std::string names;
     for (const View& view : views()) {
-        if (w[0] == view.name) return view.show(Words(w.begin() + 1, w.end()), out);
-        names += (names.empty() ? "" : ", ") + std::string(view.name);
+        if (w[0] == view.name()) return view.show(Words(w.begin() + 1, w.end()), out);
+        names += (names.empty() ? "" : ", ") + view.name();
     }
     throw BadWord("a view (" + names + ")", w[0]);
+}
+
+std::vector<std::string> show_view_forms()
+{
+    std::vector<std::string> forms;
+    for (const View& view : views()) forms.push_back(view.form);
+    return forms;
 }
 
 }  // namespace vornsh
