@@ -108,17 +108,6 @@ void print_lags(std::ostream& out)
     }
 }
 
-// Every physical port of the card, in order.
-std::list<Usp> card_ports()
-{
-    const vorn_sim::Config& config = vorn_sim::config();
-    std::list<Usp> ports;
-    for (unsigned int unit = 1; unit <= config.units; ++unit)
-        for (unsigned int slot = 1; slot <= config.slots; ++slot)
-            for (unsigned int n = 1; n <= config.ports_per_slot; ++n) ports.push_back(Usp(unit, slot, n));
-    return ports;
-}
-
 vorn_sim::PortState& state_of(const Usp& port)
 {
     Mp mp;

@@ -3,6 +3,7 @@
 #define VORNSH_SHELL_HH
 
 #include <istream>
+#include <list>
 #include <map>
 #include <stdexcept>
 #include <ostream>
@@ -74,6 +75,8 @@ void add_friendly_commands(Shell& shell);
 // The show views: the switch model's tables, so that what is shown is what
 // the library did to the "hardware".
 bool show(const Words& words, std::ostream& out);
+// Every physical port of the card, in order.
+std::list<Usp> card_ports();
 // Each view's name and the words it takes ("vlan [vlans]"), in the order of `show all`.
 std::vector<std::string> show_view_forms();
 

@@ -76,17 +76,6 @@ const vorn_sim::PortState& existing_port(const Usp& port)
     return *state;
 }
 
-// Every physical port of the card, in order.
-std::list<Usp> card_ports()
-{
-    const vorn_sim::Config& config = vorn_sim::config();
-    std::list<Usp> ports;
-    for (unsigned int unit = 1; unit <= config.units; ++unit)
-        for (unsigned int slot = 1; slot <= config.slots; ++slot)
-            for (unsigned int n = 1; n <= config.ports_per_slot; ++n) ports.push_back(Usp(unit, slot, n));
-    return ports;
-}
-
 bool is_lag(const Usp& port) { return port.unit() == 0 && port.slot() == vorn_sim::lag_slot; }
 
 // The id of a LAG interface that exists; bad input otherwise.
@@ -392,6 +381,17 @@ const std::vector<View>& views()
 }
 
 }  // namespace
+
+// Every physical port of the card, in order.
+std::list<Usp> card_ports()
+{
+    const vorn_sim::Config& config = vorn_sim::config();
+    std::list<Usp> ports;
+    for (unsigned int unit = 1; unit <= config.units; ++unit)
+        for (unsigned int slot = 1; slot <= config.slots; ++slot)
+            for (unsigned int n = 1; n <= config.ports_per_slot; ++n) ports.push_back(Usp(unit, slot, n));
+    return ports;
+}
 
 bool show(const Words& w, std::ostream& out)
 {

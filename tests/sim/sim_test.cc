@@ -191,20 +191,6 @@ TEST_F(Card, BadInputIsRefusedWithoutDamage)
     EXPECT_TRUE(tagged.empty());
 }
 
-TEST_F(Card, FullTablesRefuseFurtherAdds)
-{
-    vorn_lcmgr_api_terminate();
-    vorn_sim::Config small;
-    small.mac_entries = 2;
-    vorn_sim::configure(small);
-    int ports = 0;
-    ASSERT_TRUE(vorn_lcmgr_api_init(ports));
-    const unsigned char third[6] = {0, 0, 0, 0, 0, 3};
-    EXPECT_TRUE(vorn_add_mac_to_port(port(1), mac_a, 1));
-    EXPECT_TRUE(vorn_add_mac_to_port(port(1), mac_b, 1));
-    EXPECT_FALSE(vorn_add_mac_to_port(port(1), third, 1));
-}
-
 TEST_F(Card, InjectedFaultsStopAFanOutWhereTheyHit)
 {
     ASSERT_TRUE(vorn_add_ports_to_lag(lag(1), {port(1), port(2), port(3)}));
@@ -381,7 +367,7 @@ TEST_F(Card, RefusalsSayWhyAndNameTheElement)
     }
 }
 
-TEST_F(Card, AFullTableSaysHowBigItIs)
+TEST_F(Card, FullTablesRefuseFurtherAddsAndSayHowBigTheyAre)
 {
     vorn_lcmgr_api_terminate();
     vorn_sim::Config small;
