@@ -2,6 +2,7 @@
 // flag: for a LAG the Mp has module 0 and a LAG number as its port.
 #include "frame.hh"
 #include "vorn_api.hh"
+#include "vorn_contract.hh"
 #include "vorn_lag_list.hh"
 #include "vorn_port_mapping.hh"
 
@@ -9,8 +10,6 @@ using namespace vorn;
 
 namespace {
 
-// Port kind code of the switch-wide MAC limit.
-const unsigned int KindSwitch = 4;
 
 }  // namespace
 
@@ -102,12 +101,12 @@ bool vorn_clear_fdb_by_port(const Usp& port, bool static_too)
     return with_sdk([&](VornSdkBase& sdk) { return sdk.clear_fdb_by_port(mp, trunk, static_too); });
 }
 
-// The switch-wide limit is the per-port operation on Mp(0, 0) with kind 4.
+// The switch-wide limit is the per-port operation on Mp(0, 0) with the switch's kind.
 bool vorn_set_system_mac_limit(int limit)
 {
     return with_sdk([&](VornSdkBase& sdk) {
         const Mp mp(0, 0);
-        return sdk.set_system_mac_limit(mp, limit, KindSwitch);
+        return sdk.set_system_mac_limit(mp, limit, vorn_contract::mac_limit_switch);
     });
 }
 
@@ -117,7 +116,7 @@ bool vorn_get_system_mac_limit(int& limit)
 {
     const Mp mp(0, 0);
     return with_sdk([&](VornSdkBase& sdk) {
-        sdk.get_system_mac_limit(mp, limit, KindSwitch);
+        sdk.get_system_mac_limit(mp, limit, vorn_contract::mac_limit_switch);
         return false;
     });
 }

@@ -1,6 +1,7 @@
 // --- Flow table, switch-wide settings and packet filters.
 #include "frame.hh"
 #include "vorn_api.hh"
+#include "vorn_contract.hh"
 #include "vorn_port_mapping.hh"
 
 using namespace vorn;
@@ -18,9 +19,6 @@ bool to_hardware_flow(const of_flow_s& flow, of_flow_mp_s& hardware_flow)
     return true;
 }
 
-// Flow port numbers above 6 name front-panel port 1/1/(n - 7); 0 to 6 are
-// the SDK's own and are not translated (the SDK then sees Mp(0, 0)).
-const int FirstFrontPanelFlowPort = 7;
 
 // Action add and delete: an output action's flow port travels as a hardware
 // port beside the parameter.
@@ -32,8 +30,8 @@ bool flow_action(bool (VornSdkBase::*operation)(unsigned int, of_action_t, of_ac
     Mp mp(0, 0);
     return with_sdk([&](VornSdkBase& sdk) {
         const int flow_port = param.word[0];
-        if (kind == OF_ACTION_OUTPUT && flow_port >= FirstFrontPanelFlowPort) {
-            port = Usp(1, 1, static_cast<unsigned int>(flow_port - FirstFrontPanelFlowPort));
+        if (kind == OF_ACTION_OUTPUT && flow_port >= vorn_contract::first_front_panel_flow_port) {
+            port = Usp(1, 1, static_cast<unsigned int>(flow_port - vorn_contract::first_front_panel_flow_port));
             if (!vorn_usp_to_mp(port, mp)) return false;
         }
         return (sdk.*operation)(flow_id, kind, param, mp);

@@ -5,31 +5,9 @@
 #include "vorn_api.hh"
 #include "vorn_port_mapping.hh"
 #include "vorn_sdk.hh"
+#include "vorn_trace_names.hh"
 
-namespace {
-
-// Names of the trace levels and of the modules of the switch system, built
-// at load in this order.  The C binding keeps a copy of its own.
-const std::string trace_level_xrl = "trace_level_xrl";
-const std::string trace_level_api = "trace_level_api";
-const std::string trace_level_sdk = "trace_level_sdk";
-const std::string trace_level_all = "trace_level_all";
-const std::string module_finder = "finder";
-const std::string module_card_manager = "card_manager";
-const std::string module_lcmgr = "lcmgr";
-const std::string module_fdb = "fdb";
-const std::string module_vlan = "vlan";
-const std::string module_sif = "sif";
-const std::string module_switch_mirror = "switch_mirror";
-const std::string module_policy = "policy";
-const std::string module_stat = "stat";
-const std::string module_lldp = "lldp";
-const std::string module_rstp = "rstp";
-const std::string module_snmp = "snmp";
-const std::string module_lacp = "lacp";
-const std::string module_tuntap = "tuntap";
-
-}  // namespace
+using namespace vorn_contract;
 
 bool api_trace_enabled = false;
 

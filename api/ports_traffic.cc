@@ -3,6 +3,7 @@
 // settings, BPDU processing, ingress discarding, egress state, L2 enable.
 #include "port_patterns.hh"
 #include "vorn_api.hh"
+#include "vorn_contract.hh"
 
 using namespace vorn;
 
@@ -137,12 +138,6 @@ bool vorn_set_port_mac_lock_ext(const Usp& port, bool locked, bool drop_unknown)
                        drop_unknown);
 }
 
-namespace {
-
-// Port kind codes of the MAC-limit operations.
-enum : unsigned int { KindPhysical = 1, KindLag = 2, KindVlanInterface = 3 };
-
-}  // namespace
 
 // A LAG is presented by its LAG id, a VLAN interface by its own port number,
 // each on module 0.
@@ -150,17 +145,17 @@ bool vorn_get_port_mac_limit(const Usp& port, int& limit)
 {
     Mp mp(0, 0);
     return with_sdk([&](VornSdkBase& sdk) {
-        unsigned int kind = KindPhysical;
+        unsigned int kind = vorn_contract::mac_limit_port;
         if (vorn_usp_to_mp(port, mp)) {
-            kind = KindPhysical;
+            kind = vorn_contract::mac_limit_port;
         } else if (is_port_logical_lag(port)) {
             unsigned int lag_id = 0;
             if (!vornsdk_lag_usp_to_lag_id(port, lag_id)) return false;
             mp.set_port(lag_id);
-            kind = KindLag;
+            kind = vorn_contract::mac_limit_lag;
         } else if (is_port_logical_vlan(port)) {
             mp.set_port(port.port());
-            kind = KindVlanInterface;
+            kind = vorn_contract::mac_limit_vlan_interface;
         } else {
             return false;
         }
@@ -176,7 +171,7 @@ bool vorn_set_port_mac_limit(const Usp& port, int limit)
     Mp mp(0, 0);
     return with_sdk([&](VornSdkBase& sdk) {
         (void)vorn_usp_to_mp(port, mp);
-        return sdk.set_system_mac_limit(mp, limit, KindPhysical);
+        return sdk.set_system_mac_limit(mp, limit, vorn_contract::mac_limit_port);
     });
 }
 

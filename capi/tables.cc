@@ -5,32 +5,10 @@
 
 #include "convert.hh"
 #include "vorn_port_mapping.hh"
+// The C binding holds a copy of the trace names of its own, as published.
+#include "vorn_trace_names.hh"
 
 using namespace vorn::capi;
-
-namespace {
-
-// The C binding's own copy of the trace-level and module names.
-const std::string trace_level_xrl = "trace_level_xrl";
-const std::string trace_level_api = "trace_level_api";
-const std::string trace_level_sdk = "trace_level_sdk";
-const std::string trace_level_all = "trace_level_all";
-const std::string module_finder = "finder";
-const std::string module_card_manager = "card_manager";
-const std::string module_lcmgr = "lcmgr";
-const std::string module_fdb = "fdb";
-const std::string module_vlan = "vlan";
-const std::string module_sif = "sif";
-const std::string module_switch_mirror = "switch_mirror";
-const std::string module_policy = "policy";
-const std::string module_stat = "stat";
-const std::string module_lldp = "lldp";
-const std::string module_rstp = "rstp";
-const std::string module_snmp = "snmp";
-const std::string module_lacp = "lacp";
-const std::string module_tuntap = "tuntap";
-
-}  // namespace
 
 // Lifecycle and callbacks.
 int ctype_vorn_lcmgr_api_init(int* line_card)
