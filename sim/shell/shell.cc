@@ -8,13 +8,28 @@
 
 namespace vornsh {
 
-std::vector<std::string> split_line(const std::string& line)
+namespace {
+
+Words words_of(const std::string& text)
 {
-    std::vector<std::string> words;
-    std::istringstream stream(line.substr(0, line.find('#')));
+    Words words;
+    std::istringstream stream(text);
     std::string word;
     while (stream >> word) words.push_back(word);
     return words;
+}
+
+}  // namespace
+
+std::vector<std::string> split_line(const std::string& line) { return words_of(line.substr(0, line.find('#'))); }
+
+std::vector<Words> split_commands(const std::string& line)
+{
+    std::vector<Words> commands;
+    std::istringstream stream(line.substr(0, line.find('#')));
+    std::string command;
+    while (std::getline(stream, command, ';')) commands.push_back(words_of(command));
+    return commands;
 }
 
 std::string refusal_text(unsigned long refusals_before)
@@ -53,7 +68,13 @@ const Command* Shell::find(const std::string& name) const
 
 int Shell::run_line(const std::string& line, const std::string& where)
 {
-    std::vector<std::string> words = split_line(line);
+    for (const Words& command : split_commands(line))
+        if (const int status = run_command(command, where)) return status;
+    return 0;
+}
+
+int Shell::run_command(Words words, const std::string& where)
+{
     if (words.empty()) return 0;
     const bool may_fail = words[0] == "try";
     if (may_fail) words.erase(words.begin());
@@ -128,6 +149,9 @@ int Shell::run_stream(std::istream& in, const std::string& source, bool stop_on_
 std::vector<std::string> Shell::next_words(const Words& typed) const
 {
     Words words = typed;
+    // Only the command after the last ';' is being typed.
+    const auto last_end = std::find_if(words.rbegin(), words.rend(), [](const std::string& w) { return w.back() == ';'; });
+    words.erase(words.begin(), last_end.base());
     if (!words.empty() && words[0] == "try") words.erase(words.begin());
     if (words.empty()) return order_;
     const Command* command = find(words[0]);
@@ -185,6 +209,7 @@ void Shell::help(const std::string& topic) const
     out_ << "Every API entry point is also a command of its own name without vorn_\n"
          << "(e.g. set_port_pvid 1/1/3 10); 'help api' lists them.\n"
          << "'try COMMAND' runs a command that may be refused without counting it as an error;\n"
+         << "'COMMAND ; COMMAND' runs several on one line, up to the first error;\n"
          << "'#' starts a comment; 'exit' or 'quit' (or end of input) leaves the shell.\n";
 }
 

@@ -23,9 +23,11 @@ public:
     void add(const Command& command);
     const Command* find(const std::string& name) const;
 
-    // Runs one line.  Returns 0 when it ran (or was empty), 1 for input that
-    // does not read, 2 when the library or the reference host refused.  A
-    // line starting with "try" may be refused without counting as an error.
+    // Runs one line: its commands, separated by ';', in order up to the
+    // first that fails.  Returns 0 when all ran (or there was none), else the
+    // status of the one that failed: 1 for input that does not read, 2 when
+    // the library or the reference host refused.  A command preceded by
+    // "try" may be refused without counting as an error.
     int run_line(const std::string& line, const std::string& where);
     // Runs every line of `in`; in a script the first error ends the run with
     // its status.
@@ -42,6 +44,7 @@ public:
     std::ostream& err() { return err_; }
 
 private:
+    int run_command(Words words, const std::string& where);
     void usage(const Command& command, const Words& words) const;
     std::ostream& error() const;
 
@@ -80,7 +83,10 @@ std::list<Usp> card_ports();
 // Each view's name and the words it takes ("vlan [vlans]"), in the order of `show all`.
 std::vector<std::string> show_view_forms();
 
+// The words of a line, up to a '#' that starts a comment.
 std::vector<std::string> split_line(const std::string& line);
+// The words of each command of a line: the line up to '#', cut at each ';'.
+std::vector<Words> split_commands(const std::string& line);
 
 }  // namespace vornsh
 
