@@ -2,6 +2,7 @@
 #include "api_commands.hh"
 
 #include <algorithm>
+#include <optional>
 
 namespace vornsh {
 
@@ -38,6 +39,7 @@ std::string Arg<unsigned int>::sample(const std::string& n)
     if (n == "mask") return "255.255.255.0";
     if (n == "mode") return forward_mode_names().back();
     if (n == "mtu") return "1518";
+    if (n == "lag_id") return "0";  // LAG 0/1/1's
     return "1";
 }
 
@@ -154,6 +156,43 @@ void Arg<void*>::print(std::ostream& out, const std::string& name) const
         out << "\n  vlan " << row.vlan << " " << row.mac << " " << row.port << " " << row.kind;
 }
 
+namespace {
+
+// Each preparation in the sample words of the commands that use it, made on
+// top of another where it needs one.
+struct Preparation {
+    Needs need;
+    std::optional<Needs> on;
+    const char* commands;
+};
+
+const Preparation preparations[] = {
+    {Needs::Lag, {}, "create_lag 0/1/1"},
+    {Needs::LagMembers, Needs::Lag, "add_ports_to_lag 0/1/1 1/1/1-4,1/1/9"},
+    {Needs::MacCallback, {}, "register_mac_update_callback"},
+    {Needs::ProtocolVlan, {}, "set_port_protocol_vlan 1/1/3 snap 0x0800 1"},
+    {Needs::Mac, {}, "add_mac_to_port 1/1/3 00:11:22:33:44:55 1"},
+    {Needs::L3Interface, {}, "create_l3_interface_with_id 00:11:22:33:44:55 1 1 off"},
+    {Needs::HostIp4, Needs::L3Interface, "add_l3_host_ip4 1/1/3 10.0.0.1 00:11:22:33:44:55 1"},
+    {Needs::HostIp6, Needs::L3Interface, "add_l3_host_ip6 1/1/3 2001:db8::1 00:11:22:33:44:55 1"},
+    {Needs::RouteIp4, Needs::L3Interface, "add_l3_route_ip4 1/1/3 10.0.0.1 255.255.255.0 00:11:22:33:44:55 1 1"},
+    {Needs::RouteIp6, Needs::L3Interface, "add_l3_route_ip6 1/1/3 2001:db8::1 ffff:ffff:ffff:ffff:: 00:11:22:33:44:55 1"},
+    {Needs::Flow, {}, "add_of_flow_with_id in=1/1/1,eth=0x0806 1"},
+    {Needs::FlowAction, Needs::Flow, "add_of_flow_action 1 mirror 9"},
+    {Needs::ArpFilter, {}, "add_arp_filter 10.0.0.1 255.255.255.0"},
+    {Needs::IpProtocolFilter, {}, "add_ip_protocol_filter 1"},
+    {Needs::L4PortFilter, {}, "add_l4_destination_port_filter 1"},
+};
+
+}  // namespace
+
+std::string preparation(Needs need)
+{
+    for (const Preparation& each : preparations)
+        if (each.need == need) return (each.on ? preparation(*each.on) : "") + each.commands + " ; ";
+    throw std::logic_error("no preparation for an example's need");
+}
+
 std::vector<Command> api_commands()
 {
     return {
@@ -162,15 +201,15 @@ std::vector<Command> api_commands()
         api_command("get_line_card_usp", vorn_get_line_card_usp, "usp"),
         api_command("free_call", vorn_free_call, "arg"),
         api_command("set_lcmgr_trace", vorn_set_lcmgr_trace, "target on"),
-        api_command("lag_usp_to_lag_id", vorn_lag_usp_to_lag_id, "lag lag_id"),
-        api_command("lag_id_to_lag_usp", vorn_lag_id_to_lag_usp, "lag_id lag"),
+        api_command("lag_usp_to_lag_id", vorn_lag_usp_to_lag_id, "lag lag_id", Needs::Lag),
+        api_command("lag_id_to_lag_usp", vorn_lag_id_to_lag_usp, "lag_id lag", Needs::Lag),
         api_command("register_rx_packet_callback", vorn_register_rx_packet_callback, "callback user_data"),
         api_command("register_rx_packet_callback_c", vorn_register_rx_packet_callback_c, "callback user_data"),
         api_command("register_link_change_callback", vorn_register_link_change_callback, "callback"),
         api_command("register_link_change_callback_c", vorn_register_link_change_callback_c, "callback"),
         api_command("register_mac_update_callback", vorn_register_mac_update_callback, "callback user_data"),
         api_command("register_mac_update_callback_c", vorn_register_mac_update_callback_c, "callback user_data"),
-        api_command("deregister_event_callback", vorn_deregister_event_callback, "event callback user_data"),
+        api_command("deregister_event_callback", vorn_deregister_event_callback, "event callback user_data", Needs::MacCallback),
         api_command("get_port_stp_state", vorn_get_port_stp_state, "port state"),
         api_command("set_port_stp_state", vorn_set_port_stp_state, "port state"),
         api_command("set_ports_stp_state", vorn_set_ports_stp_state, "ports state"),
@@ -220,8 +259,8 @@ std::vector<Command> api_commands()
         api_command("get_port_vlan_accept_frame", vorn_get_port_vlan_accept_frame, "port tagged_only"),
         api_command("set_port_vlan_accept_frame", vorn_set_port_vlan_accept_frame, "port tagged_only"),
         api_command("set_port_protocol_vlan", vorn_set_port_protocol_vlan, "port frame protocol vlan"),
-        api_command("delete_port_protocol_vlan", vorn_delete_port_protocol_vlan, "port frame protocol"),
-        api_command("delete_port_protocol_vlan_all", vorn_delete_port_protocol_vlan_all, "port"),
+        api_command("delete_port_protocol_vlan", vorn_delete_port_protocol_vlan, "port frame protocol", Needs::ProtocolVlan),
+        api_command("delete_port_protocol_vlan_all", vorn_delete_port_protocol_vlan_all, "port", Needs::ProtocolVlan),
         api_command("get_port_bpdu_processing", vorn_get_port_bpdu_processing, "port enabled"),
         api_command("set_port_bpdu_processing", vorn_set_port_bpdu_processing, "port enabled"),
         api_command("get_port_ingress_discarding", vorn_get_port_ingress_discarding, "port type"),
@@ -262,74 +301,74 @@ std::vector<Command> api_commands()
         api_command("set_ipv4_subnet_vlan", vorn_set_ipv4_subnet_vlan, "address mask vlan priority"),
         api_command("set_ipv6_subnet_vlan", vorn_set_ipv6_subnet_vlan, "address prefix_length vlan priority"),
         api_command("create_lag", vorn_create_lag, "lag"),
-        api_command("delete_lag", vorn_delete_lag, "lag"),
+        api_command("delete_lag", vorn_delete_lag, "lag", Needs::Lag),
         api_command("add_ports_to_lag", vorn_add_ports_to_lag, "lag ports"),
-        api_command("delete_ports_from_lag", vorn_delete_ports_from_lag, "lag ports"),
-        api_command("set_lag_balancing_strategy", vorn_set_lag_balancing_strategy, "lag psc"),
-        api_command("get_lag_balancing_strategy", vorn_get_lag_balancing_strategy, "lag psc"),
+        api_command("delete_ports_from_lag", vorn_delete_ports_from_lag, "lag ports", Needs::LagMembers),
+        api_command("set_lag_balancing_strategy", vorn_set_lag_balancing_strategy, "lag psc", Needs::Lag),
+        api_command("get_lag_balancing_strategy", vorn_get_lag_balancing_strategy, "lag psc", Needs::Lag),
         api_command("add_system_mac", vorn_add_system_mac, "mac vlan"),
         api_command("add_system_mac_vlan_bitmap", vorn_add_system_mac_vlan_bitmap, "mac vlan_bitmap"),
-        api_command("delete_mac", vorn_delete_mac, "vlan mac"),
-        api_command("delete_mac_vlan_bitmap", vorn_delete_mac_vlan_bitmap, "mac vlan_bitmap"),
-        api_command("delete_mac_by_mac", vorn_delete_mac_by_mac, "mac"),
+        api_command("delete_mac", vorn_delete_mac, "vlan mac", Needs::Mac),
+        api_command("delete_mac_vlan_bitmap", vorn_delete_mac_vlan_bitmap, "mac vlan_bitmap", Needs::Mac),
+        api_command("delete_mac_by_mac", vorn_delete_mac_by_mac, "mac", Needs::Mac),
         api_command("add_mac_to_port", vorn_add_mac_to_port, "port mac vlan"),
-        api_command("delete_mac_from_port_all", vorn_delete_mac_from_port_all, "port vlan"),
+        api_command("delete_mac_from_port_all", vorn_delete_mac_from_port_all, "port vlan", Needs::Mac),
         api_command("traverse_mac_table", vorn_traverse_mac_table, "arg"),
         api_command("get_fdb_aging_time", vorn_get_fdb_aging_time, "seconds"),
         api_command("set_fdb_aging_time", vorn_set_fdb_aging_time, "seconds"),
-        api_command("clear_fdb_table", vorn_clear_fdb_table, "static_too"),
-        api_command("clear_fdb_by_vlan", vorn_clear_fdb_by_vlan, "vlan static_too"),
-        api_command("clear_fdb_by_port", vorn_clear_fdb_by_port, "port static_too"),
+        api_command("clear_fdb_table", vorn_clear_fdb_table, "static_too", Needs::Mac),
+        api_command("clear_fdb_by_vlan", vorn_clear_fdb_by_vlan, "vlan static_too", Needs::Mac),
+        api_command("clear_fdb_by_port", vorn_clear_fdb_by_port, "port static_too", Needs::Mac),
         api_command("set_system_mac_limit", vorn_set_system_mac_limit, "limit"),
         api_command("get_system_mac_limit", vorn_get_system_mac_limit, "limit"),
         api_command("create_l3_interface", vorn_create_l3_interface, "mac vlan interface_id"),
         api_command("create_l3_interface_with_id", vorn_create_l3_interface_with_id, "mac vlan interface_id replace"),
-        api_command("get_l3_interface", vorn_get_l3_interface, "interface_id vlan mac"),
-        api_command("delete_l3_interface", vorn_delete_l3_interface, "mac vlan"),
-        api_command("delete_l3_interface_by_id", vorn_delete_l3_interface_by_id, "interface_id"),
-        api_command("delete_l3_interface_all", vorn_delete_l3_interface_all, ""),
-        api_command("add_l3_host_ip4", vorn_add_l3_host_ip4, "port address mac interface_id"),
-        api_command("add_l3_host_ip6", vorn_add_l3_host_ip6, "port address mac interface_id"),
-        api_command("get_l3_host_ip4", vorn_get_l3_host_ip4, "address port mac interface_id"),
-        api_command("get_l3_host_ip6", vorn_get_l3_host_ip6, "address port mac interface_id"),
-        api_command("get_l3_route_by_subnet_ip4", vorn_get_l3_route_by_subnet_ip4, "address mask port mac interface_id vlan"),
-        api_command("get_l3_route_by_subnet_ip6", vorn_get_l3_route_by_subnet_ip6, "address mask port interface_id mac"),
-        api_command("delete_l3_host_by_interface", vorn_delete_l3_host_by_interface, "interface_id static_too"),
-        api_command("delete_l3_host_by_network_ip4", vorn_delete_l3_host_by_network_ip4, "address"),
-        api_command("delete_l3_host_by_network_ip6", vorn_delete_l3_host_by_network_ip6, "address"),
-        api_command("delete_l3_host_by_addr_ip4", vorn_delete_l3_host_by_addr_ip4, "address port"),
-        api_command("delete_l3_host_by_addr_ip6", vorn_delete_l3_host_by_addr_ip6, "address port"),
-        api_command("clear_l3_host_table", vorn_clear_l3_host_table, ""),
-        api_command("add_l3_route_ip4", vorn_add_l3_route_ip4, "port address mask mac interface_id vlan"),
-        api_command("add_l3_route_ip6", vorn_add_l3_route_ip6, "port address mask mac interface_id"),
-        api_command("delete_l3_route_by_interface", vorn_delete_l3_route_by_interface, "interface_id static_too"),
-        api_command("delete_l3_route_by_subnet_ip4", vorn_delete_l3_route_by_subnet_ip4, "address mask port"),
-        api_command("delete_l3_route_by_subnet_ip6", vorn_delete_l3_route_by_subnet_ip6, "address mask port"),
-        api_command("clear_l3_route_table", vorn_clear_l3_route_table, ""),
+        api_command("get_l3_interface", vorn_get_l3_interface, "interface_id vlan mac", Needs::L3Interface),
+        api_command("delete_l3_interface", vorn_delete_l3_interface, "mac vlan", Needs::L3Interface),
+        api_command("delete_l3_interface_by_id", vorn_delete_l3_interface_by_id, "interface_id", Needs::L3Interface),
+        api_command("delete_l3_interface_all", vorn_delete_l3_interface_all, "", Needs::L3Interface),
+        api_command("add_l3_host_ip4", vorn_add_l3_host_ip4, "port address mac interface_id", Needs::L3Interface),
+        api_command("add_l3_host_ip6", vorn_add_l3_host_ip6, "port address mac interface_id", Needs::L3Interface),
+        api_command("get_l3_host_ip4", vorn_get_l3_host_ip4, "address port mac interface_id", Needs::HostIp4),
+        api_command("get_l3_host_ip6", vorn_get_l3_host_ip6, "address port mac interface_id", Needs::HostIp6),
+        api_command("get_l3_route_by_subnet_ip4", vorn_get_l3_route_by_subnet_ip4, "address mask port mac interface_id vlan", Needs::RouteIp4),
+        api_command("get_l3_route_by_subnet_ip6", vorn_get_l3_route_by_subnet_ip6, "address mask port interface_id mac", Needs::RouteIp6),
+        api_command("delete_l3_host_by_interface", vorn_delete_l3_host_by_interface, "interface_id static_too", Needs::HostIp4),
+        api_command("delete_l3_host_by_network_ip4", vorn_delete_l3_host_by_network_ip4, "address", Needs::HostIp4),
+        api_command("delete_l3_host_by_network_ip6", vorn_delete_l3_host_by_network_ip6, "address", Needs::HostIp6),
+        api_command("delete_l3_host_by_addr_ip4", vorn_delete_l3_host_by_addr_ip4, "address port", Needs::HostIp4),
+        api_command("delete_l3_host_by_addr_ip6", vorn_delete_l3_host_by_addr_ip6, "address port", Needs::HostIp6),
+        api_command("clear_l3_host_table", vorn_clear_l3_host_table, "", Needs::HostIp4),
+        api_command("add_l3_route_ip4", vorn_add_l3_route_ip4, "port address mask mac interface_id vlan", Needs::L3Interface),
+        api_command("add_l3_route_ip6", vorn_add_l3_route_ip6, "port address mask mac interface_id", Needs::L3Interface),
+        api_command("delete_l3_route_by_interface", vorn_delete_l3_route_by_interface, "interface_id static_too", Needs::RouteIp4),
+        api_command("delete_l3_route_by_subnet_ip4", vorn_delete_l3_route_by_subnet_ip4, "address mask port", Needs::RouteIp4),
+        api_command("delete_l3_route_by_subnet_ip6", vorn_delete_l3_route_by_subnet_ip6, "address mask port", Needs::RouteIp6),
+        api_command("clear_l3_route_table", vorn_clear_l3_route_table, "", Needs::RouteIp4),
         api_command("add_of_flow", vorn_add_of_flow, "flow flow_id udf"),
         api_command("add_of_flow_with_id", vorn_add_of_flow_with_id, "flow flow_id"),
-        api_command("delete_of_flow", vorn_delete_of_flow, "flow_id"),
-        api_command("clear_of_flow_table", vorn_clear_of_flow_table, ""),
-        api_command("add_of_flow_action", vorn_add_of_flow_action, "flow_id kind param"),
-        api_command("delete_of_flow_action", vorn_delete_of_flow_action, "flow_id kind param"),
-        api_command("clear_of_flow_action", vorn_clear_of_flow_action, "flow_id"),
-        api_command("set_of_flow_priority", vorn_set_of_flow_priority, "flow_id priority"),
-        api_command("get_of_flow_priority", vorn_get_of_flow_priority, "flow_id priority"),
-        api_command("get_of_flow_stat_counter64", vorn_get_of_flow_stat_counter64, "flow_id packets"),
-        api_command("get_of_flow_stat_counter32", vorn_get_of_flow_stat_counter32, "flow_id packets"),
+        api_command("delete_of_flow", vorn_delete_of_flow, "flow_id", Needs::Flow),
+        api_command("clear_of_flow_table", vorn_clear_of_flow_table, "", Needs::Flow),
+        api_command("add_of_flow_action", vorn_add_of_flow_action, "flow_id kind param", Needs::Flow),
+        api_command("delete_of_flow_action", vorn_delete_of_flow_action, "flow_id kind param", Needs::FlowAction),
+        api_command("clear_of_flow_action", vorn_clear_of_flow_action, "flow_id", Needs::FlowAction),
+        api_command("set_of_flow_priority", vorn_set_of_flow_priority, "flow_id priority", Needs::Flow),
+        api_command("get_of_flow_priority", vorn_get_of_flow_priority, "flow_id priority", Needs::Flow),
+        api_command("get_of_flow_stat_counter64", vorn_get_of_flow_stat_counter64, "flow_id packets", Needs::Flow),
+        api_command("get_of_flow_stat_counter32", vorn_get_of_flow_stat_counter32, "flow_id packets", Needs::Flow),
         api_command("set_switch_forward_mode", vorn_set_switch_forward_mode, "mode"),
         api_command("get_switch_forward_mode", vorn_get_switch_forward_mode, "mode"),
         api_command("set_switch_unknown_unicast_to_cpu", vorn_set_switch_unknown_unicast_to_cpu, "enabled"),
         api_command("get_switch_unknown_unicast_to_cpu", vorn_get_switch_unknown_unicast_to_cpu, "enabled"),
         api_command("add_arp_filter", vorn_add_arp_filter, "address mask"),
-        api_command("delete_arp_filter", vorn_delete_arp_filter, "address mask"),
-        api_command("delete_arp_filter_all", vorn_delete_arp_filter_all, ""),
+        api_command("delete_arp_filter", vorn_delete_arp_filter, "address mask", Needs::ArpFilter),
+        api_command("delete_arp_filter_all", vorn_delete_arp_filter_all, "", Needs::ArpFilter),
         api_command("add_ip_protocol_filter", vorn_add_ip_protocol_filter, "protocol"),
-        api_command("delete_ip_protocol_filter", vorn_delete_ip_protocol_filter, "protocol"),
-        api_command("delete_ip_protocol_filter_all", vorn_delete_ip_protocol_filter_all, ""),
+        api_command("delete_ip_protocol_filter", vorn_delete_ip_protocol_filter, "protocol", Needs::IpProtocolFilter),
+        api_command("delete_ip_protocol_filter_all", vorn_delete_ip_protocol_filter_all, "", Needs::IpProtocolFilter),
         api_command("add_l4_destination_port_filter", vorn_add_l4_destination_port_filter, "port"),
-        api_command("delete_l4_destination_port_filter", vorn_delete_l4_destination_port_filter, "port"),
-        api_command("delete_l4_destination_port_filter_all", vorn_delete_l4_destination_port_filter_all, ""),
+        api_command("delete_l4_destination_port_filter", vorn_delete_l4_destination_port_filter, "port", Needs::L4PortFilter),
+        api_command("delete_l4_destination_port_filter_all", vorn_delete_l4_destination_port_filter_all, "", Needs::L4PortFilter),
         api_command("send_packet_by_port", vorn_send_packet_by_port, "tagged untagged packet"),
         api_command("send_packet_from_cpu", vorn_send_packet_from_cpu, "packet"),
     };

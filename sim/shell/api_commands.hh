@@ -377,6 +377,37 @@ Command api_command(const std::string& name, bool (*entry)(Params...), const std
     return command;
 }
 
+// What an example needs that a fresh card lacks.  The example first makes
+// it with the API commands themselves, then runs the command it shows.
+enum class Needs {
+    Lag,               // LAG 0/1/1
+    LagMembers,        // LAG 0/1/1 of 1/1/1-4,1/1/9
+    MacCallback,       // the shell's MAC-update callback registered
+    ProtocolVlan,      // 1/1/3: SNAP frames of protocol 0x0800 to VLAN 1
+    Mac,               // 00:11:22:33:44:55 on 1/1/3 in VLAN 1
+    L3Interface,       // L3 interface 1: 00:11:22:33:44:55 in VLAN 1
+    HostIp4,           // host 10.0.0.1 on 1/1/3 through L3 interface 1
+    HostIp6,           // host 2001:db8::1 on 1/1/3 through L3 interface 1
+    RouteIp4,          // route 10.0.0.0/24 via 1/1/3 through L3 interface 1
+    RouteIp6,          // route 2001:db8::/64 via 1/1/3 through L3 interface 1
+    Flow,              // flow 1
+    FlowAction,        // flow 1 mirroring to 9
+    ArpFilter,         // 10.0.0.0/24
+    IpProtocolFilter,  // protocol 1
+    L4PortFilter,      // destination port 1
+};
+// The commands that make what `need` names, each followed by " ; ".
+std::string preparation(Needs need);
+
+// The command of an entry point whose example needs `need`.
+template <class... Params>
+Command api_command(const std::string& name, bool (*entry)(Params...), const std::string& names, Needs need)
+{
+    Command command = api_command(name, entry, names);
+    command.example = preparation(need) + command.example;
+    return command;
+}
+
 // Every API entry point's command.
 std::vector<Command> api_commands();
 
