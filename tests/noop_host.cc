@@ -28,7 +28,7 @@ void unused(const T&...)
 {
 }
 
-// Every slot answers true, generated from the tests' slot table.
+// Every slot answers true, generated from the slot table.
 class AnswerTrue : public VornSdkBase {
 public:
 #define VORN_SDK_SLOT(slot, name, params, args) \

@@ -1,7 +1,7 @@
-// The SDK class keeps every operation at the position of the table in
-// sdk_slots.def.  Positions are read from member-function pointers: under the
-// Itanium C++ ABI a pointer to a virtual member holds 1 + the byte offset of
-// its entry in the table of virtual functions.
+// The SDK class keeps every operation at the position the slot table
+// (meta/sdk_slots.def) gives it.  Positions are read from member-function
+// pointers: under the Itanium C++ ABI a pointer to a virtual member holds
+// 1 + the byte offset of its entry in the table of virtual functions.
 #include <gtest/gtest.h>
 
 #include <cstdint>
