@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "format.hh"
+#include "sdk_slots.hh"
 #include "vorn_sdk.hh"
 #include "vorn_sim.hh"
 
@@ -352,9 +353,10 @@ public:
 
 private:
     // Every operation runs through here: injected faults, then the body, then
-    // one trace line when tracing is on.
+    // one trace line when tracing is on.  The slot's number and name come
+    // from the slot table.
     template <class Body, class... Args>
-    bool op(int slot, const char* name, Body&& body, const Args&... args);
+    bool op(vorn_meta::Slot slot, Body&& body, const Args&... args);
     // Runs `body` as operation (slot, name): its refusals are recorded under
     // that name, and a false that gave no reason of its own is still counted.
     // Host-side actions (a cable, a received frame) run with slot -1.

@@ -71,47 +71,47 @@ bool SwitchModel::some_data(const Packet& packet)
 
 bool SwitchModel::register_mac_update_callback(void (*callback)(L2Addr*, int, void*), void* user_data)
 {
-    return op(136, "register_mac_update_callback",
+    return op(Slot::register_mac_update_callback,
               [&] { return add_registration(mac_callbacks_, callback, user_data); }, callback, user_data);
 }
 
 bool SwitchModel::register_mac_update_callback_c(void (*callback)(ctype_l2_addr_s*, int, void*),
                                                  void* user_data)
 {
-    return op(137, "register_mac_update_callback_c",
+    return op(Slot::register_mac_update_callback_c,
               [&] { return add_registration(mac_callbacks_c_, callback, user_data); }, callback, user_data);
 }
 
 bool SwitchModel::register_link_change_callback(void (*callback)(LinkStatus*, Usp*), void* user_data)
 {
-    return op(138, "register_link_change_callback",
+    return op(Slot::register_link_change_callback,
               [&] { return add_registration(link_callbacks_, callback, user_data); }, callback, user_data);
 }
 
 bool SwitchModel::register_link_change_callback_c(void (*callback)(ctype_link_status_s*, usp_s*),
                                                   void* user_data)
 {
-    return op(139, "register_link_change_callback_c",
+    return op(Slot::register_link_change_callback_c,
               [&] { return add_registration(link_callbacks_c_, callback, user_data); }, callback, user_data);
 }
 
 bool SwitchModel::register_rx_packet_callback(void (*callback)(RxPacket*, void*), void* user_data)
 {
-    return op(140, "register_rx_packet_callback",
+    return op(Slot::register_rx_packet_callback,
               [&] { return add_registration(rx_callbacks_, callback, user_data); }, callback, user_data);
 }
 
 bool SwitchModel::register_rx_packet_callback_c(void (*callback)(ctype_rx_packet_s*, void*),
                                                 void* user_data)
 {
-    return op(141, "register_rx_packet_callback_c",
+    return op(Slot::register_rx_packet_callback_c,
               [&] { return add_registration(rx_callbacks_c_, callback, user_data); }, callback, user_data);
 }
 
 // Either binding's registration of the kind is removed.
 bool SwitchModel::deregister_event_callback(lcmgr_report_event_t event, void* callback, void* user_data)
 {
-    return op(142, "deregister_event_callback", [&] {
+    return op(Slot::deregister_event_callback, [&] {
         switch (event) {
         case LCMGR_EVENT_RX_PACKET:
             return remove_registration(rx_callbacks_, callback, user_data) ||
@@ -134,7 +134,7 @@ bool SwitchModel::deregister_event_callback(lcmgr_report_event_t event, void* ca
 // --- CPU packets.
 bool SwitchModel::send_packet_by_port(std::list<Mp>& tagged, std::list<Mp>& untagged, const Packet& packet)
 {
-    return op(94, "send_packet_by_port", [&] {
+    return op(Slot::send_packet_by_port, [&] {
         if (!known_ports(tagged) || !known_ports(untagged) || !some_data(packet)) return false;
         sent_.push_back(SentPacket{std::vector<Mp>(tagged.begin(), tagged.end()),
                                    std::vector<Mp>(untagged.begin(), untagged.end()), packet.data()});
@@ -152,7 +152,7 @@ bool SwitchModel::send_packet_by_port(std::list<Mp>& tagged, std::list<Mp>& unta
 // Forwarded through the pipeline: the model records it with no egress.
 bool SwitchModel::send_packet_from_cpu(const Packet& packet)
 {
-    return op(95, "send_packet_from_cpu", [&] {
+    return op(Slot::send_packet_from_cpu, [&] {
         if (!some_data(packet)) return false;
         sent_.push_back(SentPacket{{}, {}, packet.data()});
         return true;

@@ -86,7 +86,7 @@ bool SwitchModel::add_static_mac(const unsigned char* mac, unsigned int vlan, co
 bool SwitchModel::add_mac_to_port(const Mp& port, const unsigned char* mac, unsigned int vlan,
                                   bool trunk)
 {
-    return op(53, "add_mac_to_port", [&] {
+    return op(Slot::add_mac_to_port, [&] {
         return given(mac, "MAC address") &&
                (unicast(mac) || refuse("MAC ", mac_text(mac), " is a multicast address")) &&
                known_vlan(vlan) && known_target(port, trunk) && add_static_mac(mac, vlan, port, trunk);
@@ -96,14 +96,14 @@ bool SwitchModel::add_mac_to_port(const Mp& port, const unsigned char* mac, unsi
 // System entries deliver to the CPU (port 0:0).
 bool SwitchModel::add_system_mac(const unsigned char* mac, unsigned int vlan)
 {
-    return op(54, "add_system_mac", [&] {
+    return op(Slot::add_system_mac, [&] {
         return given(mac, "MAC address") && known_vlan(vlan) && add_static_mac(mac, vlan, Mp(0, 0), false);
     }, mac, vlan);
 }
 
 bool SwitchModel::add_system_mac_vlan_bitmap(const unsigned char* mac, const unsigned char* bitmap)
 {
-    return op(55, "add_system_mac_vlan_bitmap", [&] {
+    return op(Slot::add_system_mac_vlan_bitmap, [&] {
         if (!given(mac, "MAC address") || !given(bitmap, "VLAN bitmap")) return false;
         std::vector<unsigned int> chosen;
         for (unsigned int vlan = 1; vlan <= 4094; ++vlan)
@@ -172,7 +172,7 @@ bool any_entry(const FdbKey&, const FdbEntry&, const void*) { return true; }
 
 bool SwitchModel::delete_mac(const unsigned char* mac, unsigned int vlan)
 {
-    return op(56, "delete_mac", [&] {
+    return op(Slot::delete_mac, [&] {
         if (!given(mac, "MAC address")) return false;
         const FdbKey key(vlan, mac_of(mac));
         return remove_fdb_if(true, &key, nullptr, nullptr) == 1 ||
@@ -182,7 +182,7 @@ bool SwitchModel::delete_mac(const unsigned char* mac, unsigned int vlan)
 
 bool SwitchModel::delete_mac_vlan_bitmap(const unsigned char* mac, unsigned char* bitmap)
 {
-    return op(57, "delete_mac_vlan_bitmap", [&] {
+    return op(Slot::delete_mac_vlan_bitmap, [&] {
         if (!given(mac, "MAC address") || !given(bitmap, "VLAN bitmap")) return false;
         const std::pair<const unsigned char*, const unsigned char*> context(mac, bitmap);
         return remove_fdb_if(true, nullptr, in_bitmap, &context) > 0 ||
@@ -192,7 +192,7 @@ bool SwitchModel::delete_mac_vlan_bitmap(const unsigned char* mac, unsigned char
 
 bool SwitchModel::delete_mac_by_mac(const unsigned char* mac)
 {
-    return op(58, "delete_mac_by_mac", [&] {
+    return op(Slot::delete_mac_by_mac, [&] {
         return given(mac, "MAC address") && (remove_fdb_if(true, nullptr, same_mac, mac) > 0 ||
                                              refuse("MAC ", mac_text(mac), " is not in the table"));
     }, mac);
@@ -201,7 +201,7 @@ bool SwitchModel::delete_mac_by_mac(const unsigned char* mac)
 // Flushes succeed also when there was nothing to remove.
 bool SwitchModel::clear_fdb_by_port(const Mp& port, bool trunk, bool static_too)
 {
-    return op(59, "clear_fdb_by_port", [&] {
+    return op(Slot::clear_fdb_by_port, [&] {
         if (!known_target(port, trunk)) return false;
         const PortMatch match{port, trunk};
         remove_fdb_if(static_too, nullptr, at_port, &match);
@@ -211,7 +211,7 @@ bool SwitchModel::clear_fdb_by_port(const Mp& port, bool trunk, bool static_too)
 
 bool SwitchModel::clear_fdb_by_vlan(unsigned int vlan, bool static_too)
 {
-    return op(60, "clear_fdb_by_vlan", [&] {
+    return op(Slot::clear_fdb_by_vlan, [&] {
         if (!vlan_id(vlan)) return false;
         remove_fdb_if(static_too, nullptr, in_vlan, &vlan);
         return true;
@@ -220,7 +220,7 @@ bool SwitchModel::clear_fdb_by_vlan(unsigned int vlan, bool static_too)
 
 bool SwitchModel::clear_fdb_table(bool static_too)
 {
-    return op(61, "clear_fdb_table", [&] {
+    return op(Slot::clear_fdb_table, [&] {
         remove_fdb_if(static_too, nullptr, any_entry, nullptr);
         return true;
     }, static_too);
@@ -228,7 +228,7 @@ bool SwitchModel::clear_fdb_table(bool static_too)
 
 bool SwitchModel::set_fdb_aging_time(int seconds)
 {
-    return op(62, "set_fdb_aging_time", [&] {
+    return op(Slot::set_fdb_aging_time, [&] {
         if (!within("aging time", seconds, 0, 1000000)) return false;  // 0: never age
         aging_seconds_ = seconds;
         return true;
@@ -237,7 +237,7 @@ bool SwitchModel::set_fdb_aging_time(int seconds)
 
 bool SwitchModel::get_fdb_aging_time(int& seconds)
 {
-    return op(63, "get_fdb_aging_time", [&] { return seconds = aging_seconds_, true; });
+    return op(Slot::get_fdb_aging_time, [&] { return seconds = aging_seconds_, true; });
 }
 
 // Limits by kind: 1 a port, 2 a LAG (port = LAG id), 3 a VLAN (port = VLAN
@@ -260,7 +260,7 @@ int* SwitchModel::mac_limit(const Mp& port, unsigned int kind)
 
 bool SwitchModel::set_system_mac_limit(const Mp& port, int limit, unsigned int kind)
 {
-    return op(86, "set_system_mac_limit", [&] {
+    return op(Slot::set_system_mac_limit, [&] {
         int* setting = mac_limit(port, kind);
         return within("MAC limit", limit, 0, INT_MAX) && setting && (*setting = limit, true);
     }, port, limit, kind);
@@ -268,7 +268,7 @@ bool SwitchModel::set_system_mac_limit(const Mp& port, int limit, unsigned int k
 
 bool SwitchModel::get_system_mac_limit(const Mp& port, int& limit, unsigned int kind)
 {
-    return op(87, "get_system_mac_limit", [&] {
+    return op(Slot::get_system_mac_limit, [&] {
         const int* setting = mac_limit(port, kind);
         return setting && (limit = *setting, true);
     }, port);
@@ -277,7 +277,7 @@ bool SwitchModel::get_system_mac_limit(const Mp& port, int& limit, unsigned int 
 // `arg` is a void (*)(L2Addr*, int, void*): called once per entry.
 bool SwitchModel::traverse_mac_table(void* arg)
 {
-    return op(145, "traverse_mac_table", [&] {
+    return op(Slot::traverse_mac_table, [&] {
         if (!given(arg, "visitor")) return false;
         auto visit = reinterpret_cast<void (*)(L2Addr*, int, void*)>(arg);
         const FdbTable snapshot = fdb_;

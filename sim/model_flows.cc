@@ -29,7 +29,7 @@ bool SwitchModel::flow_in_port(const of_flow_mp_s& flow)
 // Ids are handed out lowest free first, from 1.
 bool SwitchModel::add_of_flow(of_flow_mp_s& flow, unsigned int& flow_id, const of_flow_qualify_udf_s& udf)
 {
-    return op(125, "add_of_flow", [&] {
+    return op(Slot::add_of_flow, [&] {
         if (!flow_in_port(flow) || !room("flow table", flows_.size(), config_.flows)) return false;
         unsigned int id = 1;
         while (flows_.count(id)) ++id;
@@ -41,7 +41,7 @@ bool SwitchModel::add_of_flow(of_flow_mp_s& flow, unsigned int& flow_id, const o
 
 bool SwitchModel::add_of_flow_with_id(of_flow_mp_s& flow, unsigned int flow_id)
 {
-    return op(126, "add_of_flow_with_id", [&] {
+    return op(Slot::add_of_flow_with_id, [&] {
         if (!flow_in_port(flow)) return false;
         if (flow_id == 0) return refuse("flow id 0 is reserved (ids start at 1)");
         if (flows_.count(flow_id)) return refuse("flow ", flow_id, " already exists");
@@ -53,13 +53,13 @@ bool SwitchModel::add_of_flow_with_id(of_flow_mp_s& flow, unsigned int flow_id)
 
 bool SwitchModel::delete_of_flow(unsigned int flow_id)
 {
-    return op(127, "delete_of_flow", [&] { return known_flow(flow_id) && flows_.erase(flow_id) == 1; },
+    return op(Slot::delete_of_flow, [&] { return known_flow(flow_id) && flows_.erase(flow_id) == 1; },
               flow_id);
 }
 
 bool SwitchModel::clear_of_flow_table()
 {
-    return op(128, "clear_of_flow_table", [&] { return flows_.clear(), true; });
+    return op(Slot::clear_of_flow_table, [&] { return flows_.clear(), true; });
 }
 
 // An output action to a front-panel flow port must arrive with that port.
@@ -86,20 +86,20 @@ bool SwitchModel::flow_action(bool add, unsigned int flow_id, of_action_t kind,
 bool SwitchModel::add_of_flow_action(unsigned int flow_id, of_action_t kind, of_action_param_s param,
                                      const Mp& port)
 {
-    return op(129, "add_of_flow_action", [&] { return flow_action(true, flow_id, kind, param, port); },
+    return op(Slot::add_of_flow_action, [&] { return flow_action(true, flow_id, kind, param, port); },
               flow_id, kind, param, port);
 }
 
 bool SwitchModel::delete_of_flow_action(unsigned int flow_id, of_action_t kind, of_action_param_s param,
                                         const Mp& port)
 {
-    return op(130, "delete_of_flow_action", [&] { return flow_action(false, flow_id, kind, param, port); },
+    return op(Slot::delete_of_flow_action, [&] { return flow_action(false, flow_id, kind, param, port); },
               flow_id, kind, param, port);
 }
 
 bool SwitchModel::clear_of_flow_action(unsigned int flow_id)
 {
-    return op(131, "clear_of_flow_action", [&] {
+    return op(Slot::clear_of_flow_action, [&] {
         Flow* flow = known_flow(flow_id);
         return flow && (flow->actions.clear(), true);
     }, flow_id);
@@ -107,7 +107,7 @@ bool SwitchModel::clear_of_flow_action(unsigned int flow_id)
 
 bool SwitchModel::set_of_flow_priority(unsigned int flow_id, int priority)
 {
-    return op(132, "set_of_flow_priority", [&] {
+    return op(Slot::set_of_flow_priority, [&] {
         Flow* flow = known_flow(flow_id);
         return flow && within("flow priority", priority, 0, 65535) && (flow->priority = priority, true);
     }, flow_id, priority);
@@ -115,7 +115,7 @@ bool SwitchModel::set_of_flow_priority(unsigned int flow_id, int priority)
 
 bool SwitchModel::get_of_flow_priority(unsigned int flow_id, int& priority)
 {
-    return op(133, "get_of_flow_priority", [&] {
+    return op(Slot::get_of_flow_priority, [&] {
         Flow* flow = known_flow(flow_id);
         return flow && (priority = flow->priority, true);
     }, flow_id);
@@ -123,7 +123,7 @@ bool SwitchModel::get_of_flow_priority(unsigned int flow_id, int& priority)
 
 bool SwitchModel::get_of_flow_stat_counter64(unsigned int flow_id, unsigned long long& packets)
 {
-    return op(134, "get_of_flow_stat_counter64", [&] {
+    return op(Slot::get_of_flow_stat_counter64, [&] {
         Flow* flow = known_flow(flow_id);
         return flow && (packets = flow->packets, true);
     }, flow_id);
@@ -131,7 +131,7 @@ bool SwitchModel::get_of_flow_stat_counter64(unsigned int flow_id, unsigned long
 
 bool SwitchModel::get_of_flow_stat_counter32(unsigned int flow_id, unsigned int& packets)
 {
-    return op(135, "get_of_flow_stat_counter32", [&] {
+    return op(Slot::get_of_flow_stat_counter32, [&] {
         Flow* flow = known_flow(flow_id);
         return flow && (packets = static_cast<unsigned int>(flow->packets), true);
     }, flow_id);
@@ -140,24 +140,24 @@ bool SwitchModel::get_of_flow_stat_counter32(unsigned int flow_id, unsigned int&
 // --- Switch-wide settings and filters.
 bool SwitchModel::set_switch_forward_mode(unsigned int mode)
 {
-    return op(109, "set_switch_forward_mode",
+    return op(Slot::set_switch_forward_mode,
               [&] { return within("forward mode", mode, 0, 1) && (forward_mode_ = mode, true); }, mode);
 }
 
 bool SwitchModel::get_switch_forward_mode(unsigned int& mode)
 {
-    return op(110, "get_switch_forward_mode", [&] { return mode = forward_mode_, true; });
+    return op(Slot::get_switch_forward_mode, [&] { return mode = forward_mode_, true; });
 }
 
 bool SwitchModel::set_switch_unknown_unicast_to_cpu(bool enabled)
 {
-    return op(123, "set_switch_unknown_unicast_to_cpu",
+    return op(Slot::set_switch_unknown_unicast_to_cpu,
               [&] { return unknown_unicast_to_cpu_ = enabled, true; }, enabled);
 }
 
 bool SwitchModel::get_switch_unknown_unicast_to_cpu(bool& enabled)
 {
-    return op(124, "get_switch_unknown_unicast_to_cpu", [&] { return enabled = unknown_unicast_to_cpu_, true; });
+    return op(Slot::get_switch_unknown_unicast_to_cpu, [&] { return enabled = unknown_unicast_to_cpu_, true; });
 }
 
 namespace {
@@ -179,76 +179,76 @@ bool SwitchModel::erase_filter(Set& filters, const Key& key)
 
 bool SwitchModel::add_arp_filter(unsigned int address, unsigned int mask)
 {
-    return op(111, "add_arp_filter", [&] {
+    return op(Slot::add_arp_filter, [&] {
         return insert_filter(arp_filters_, std::make_pair(address & mask, mask));
     }, address, mask);
 }
 
 bool SwitchModel::delete_arp_filter(unsigned int address, unsigned int mask)
 {
-    return op(112, "delete_arp_filter",
+    return op(Slot::delete_arp_filter,
               [&] { return erase_filter(arp_filters_, std::make_pair(address & mask, mask)); }, address,
               mask);
 }
 
 bool SwitchModel::delete_arp_filter_all()
 {
-    return op(113, "delete_arp_filter_all", [&] { return arp_filters_.clear(), true; });
+    return op(Slot::delete_arp_filter_all, [&] { return arp_filters_.clear(), true; });
 }
 
 bool SwitchModel::add_ip_protocol_filter(unsigned int protocol)
 {
-    return op(114, "add_ip_protocol_filter", [&] {
+    return op(Slot::add_ip_protocol_filter, [&] {
         return within("IP protocol", protocol, 0, 255) && insert_filter(ip_protocol_filters_, protocol);
     }, protocol);
 }
 
 bool SwitchModel::delete_ip_protocol_filter(unsigned int protocol)
 {
-    return op(115, "delete_ip_protocol_filter", [&] { return erase_filter(ip_protocol_filters_, protocol); },
+    return op(Slot::delete_ip_protocol_filter, [&] { return erase_filter(ip_protocol_filters_, protocol); },
               protocol);
 }
 
 bool SwitchModel::delete_ip_protocol_filter_all()
 {
-    return op(116, "delete_ip_protocol_filter_all", [&] { return ip_protocol_filters_.clear(), true; });
+    return op(Slot::delete_ip_protocol_filter_all, [&] { return ip_protocol_filters_.clear(), true; });
 }
 
 bool SwitchModel::add_l4_destination_port_filter(unsigned int port)
 {
-    return op(117, "add_l4_destination_port_filter", [&] {
+    return op(Slot::add_l4_destination_port_filter, [&] {
         return within("L4 port", port, 0, 65535) && insert_filter(l4_port_filters_, port);
     }, port);
 }
 
 bool SwitchModel::delete_l4_destination_port_filter(unsigned int port)
 {
-    return op(118, "delete_l4_destination_port_filter", [&] { return erase_filter(l4_port_filters_, port); },
+    return op(Slot::delete_l4_destination_port_filter, [&] { return erase_filter(l4_port_filters_, port); },
               port);
 }
 
 bool SwitchModel::delete_l4_destination_port_filter_all()
 {
-    return op(119, "delete_l4_destination_port_filter_all", [&] { return l4_port_filters_.clear(), true; });
+    return op(Slot::delete_l4_destination_port_filter_all, [&] { return l4_port_filters_.clear(), true; });
 }
 
 // --- Line card and tracing.
 bool SwitchModel::get_line_card_usp(Usp& usp)
 {
-    return op(107, "get_line_card_usp", [&] { return usp = Usp(1, 0, 0), true; });
+    return op(Slot::get_line_card_usp, [&] { return usp = Usp(1, 0, 0), true; });
 }
 
 // The SDK's resources are the caller's to release; nothing is held here.
 bool SwitchModel::free_call(int arg)
 {
-    return op(108, "free_call", [&] { return true; }, arg);
+    return op(Slot::free_call, [&] { return true; }, arg);
 }
 
 bool SwitchModel::set_lcmgr_trace(const std::string& target, bool on)
 {
     const bool ours = target == "trace_level_sdk" || target == "trace_level_all";
     if (ours && on) tracing_ = true;
-    const bool result = op(178, "set_lcmgr_trace", [&] {
+    const bool result = op(Slot::set_lcmgr_trace, [&] {
         return ours || refuse("unknown trace target \"", target, "\" (trace_level_sdk, trace_level_all)");
     }, target, on);
     if (ours && !on) tracing_ = false;

@@ -7,6 +7,9 @@
 
 namespace vorn_sim {
 
+// The model's operations name their slot: op(Slot::create_vlan, ...).
+using vorn_meta::Slot;
+
 inline const Mp* first_port() { return nullptr; }
 template <class First, class... Rest>
 const Mp* first_port(const First& first, const Rest&... rest);
@@ -48,8 +51,10 @@ bool SwitchModel::run(int slot, const char* name, Body&& body)
 }
 
 template <class Body, class... Args>
-bool SwitchModel::op(int slot, const char* name, Body&& body, const Args&... args)
+bool SwitchModel::op(Slot which, Body&& body, const Args&... args)
 {
+    const int slot = vorn_meta::slot(which);
+    const char* const name = slot_name(which);
     const Mp* port = first_port(args...);
     const bool result = run(slot, name, [&] {
         return fault_fires(slot, port) ? refuse("injected fault") : body();

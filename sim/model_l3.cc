@@ -168,7 +168,7 @@ int SwitchModel::contiguous6(const unsigned char* address, const unsigned char* 
 bool SwitchModel::create_l3_interface(const unsigned char* mac, unsigned int vlan,
                                       unsigned int& interface_id)
 {
-    return op(152, "create_l3_interface", [&] {
+    return op(Slot::create_l3_interface, [&] {
         if (!given(mac, "MAC address") || !known_vlan(vlan) ||
             !room("L3 interface table", l3_interfaces_.size(), config_.l3_interfaces))
             return false;
@@ -189,7 +189,7 @@ bool SwitchModel::create_l3_interface(const unsigned char* mac, unsigned int vla
 bool SwitchModel::create_l3_interface_with_id(const unsigned char* mac, unsigned int vlan,
                                               unsigned int interface_id, bool replace)
 {
-    return op(153, "create_l3_interface_with_id", [&] {
+    return op(Slot::create_l3_interface_with_id, [&] {
         if (!given(mac, "MAC address") || !known_vlan(vlan)) return false;
         if (interface_id == 0) return refuse("L3 interface id 0 is reserved (ids start at 1)");
         const bool exists = l3_interfaces_.count(interface_id) != 0;
@@ -205,7 +205,7 @@ bool SwitchModel::create_l3_interface_with_id(const unsigned char* mac, unsigned
 
 bool SwitchModel::get_l3_interface(unsigned int interface_id, unsigned int& vlan, unsigned char* mac)
 {
-    return op(154, "get_l3_interface", [&] {
+    return op(Slot::get_l3_interface, [&] {
         const L3Interface* found = known_interface(interface_id);
         if (!found || !given(mac, "MAC buffer")) return false;
         vlan = found->vlan;
@@ -216,7 +216,7 @@ bool SwitchModel::get_l3_interface(unsigned int interface_id, unsigned int& vlan
 
 bool SwitchModel::delete_l3_interface(const unsigned char* mac, unsigned int vlan)
 {
-    return op(155, "delete_l3_interface", [&] {
+    return op(Slot::delete_l3_interface, [&] {
         return given(mac, "MAC address") &&
                (erase_where(l3_interfaces_, [&](const std::pair<const unsigned int, L3Interface>& e) {
                     return e.second.vlan == vlan && std::equal(mac, mac + 6, e.second.mac.begin());
@@ -227,21 +227,21 @@ bool SwitchModel::delete_l3_interface(const unsigned char* mac, unsigned int vla
 
 bool SwitchModel::delete_l3_interface_by_id(unsigned int interface_id)
 {
-    return op(156, "delete_l3_interface_by_id",
+    return op(Slot::delete_l3_interface_by_id,
               [&] { return known_interface(interface_id) && l3_interfaces_.erase(interface_id) == 1; },
               interface_id);
 }
 
 bool SwitchModel::delete_l3_interface_all()
 {
-    return op(157, "delete_l3_interface_all", [&] { return l3_interfaces_.clear(), true; });
+    return op(Slot::delete_l3_interface_all, [&] { return l3_interfaces_.clear(), true; });
 }
 
 // --- Hosts.
 bool SwitchModel::add_l3_host_ip4(Mp port, bool trunk, unsigned int address, const unsigned char* mac,
                                   unsigned int interface_id)
 {
-    return op(158, "add_l3_host_ip4", [&] {
+    return op(Slot::add_l3_host_ip4, [&] {
         const L3Interface* on = nullptr;
         if (!given(mac, "MAC address") || !known_target(port, trunk) ||
             !(on = known_interface(interface_id)) ||
@@ -256,7 +256,7 @@ bool SwitchModel::add_l3_host_ip4(Mp port, bool trunk, unsigned int address, con
 bool SwitchModel::add_l3_host_ip6(Mp port, bool trunk, const unsigned char* address,
                                   const unsigned char* mac, unsigned int interface_id)
 {
-    return op(159, "add_l3_host_ip6", [&] {
+    return op(Slot::add_l3_host_ip6, [&] {
         const L3Interface* on = nullptr;
         if (!given(address, "IPv6 address") || !given(mac, "MAC address") || !known_target(port, trunk) ||
             !(on = known_interface(interface_id)) ||
@@ -271,7 +271,7 @@ bool SwitchModel::add_l3_host_ip6(Mp port, bool trunk, const unsigned char* addr
 bool SwitchModel::get_l3_host_ip4(unsigned int address, Mp port, unsigned char* mac,
                                   unsigned int& interface_id, bool trunk)
 {
-    return op(160, "get_l3_host_ip4", [&] {
+    return op(Slot::get_l3_host_ip4, [&] {
         if (!given(mac, "MAC buffer")) return false;
         const L3Target* host = entry_at(hosts4_, address, "host " + ip4_text(address), port, trunk);
         if (!host) return false;
@@ -284,7 +284,7 @@ bool SwitchModel::get_l3_host_ip4(unsigned int address, Mp port, unsigned char* 
 bool SwitchModel::get_l3_host_ip6(const unsigned char* address, Mp port, unsigned char* mac,
                                   unsigned int& interface_id, bool trunk)
 {
-    return op(161, "get_l3_host_ip6", [&] {
+    return op(Slot::get_l3_host_ip6, [&] {
         if (!given(address, "IPv6 address") || !given(mac, "MAC buffer")) return false;
         const L3Target* host = entry_at(hosts6_, masked6(address, 128), "host " + ip6_text(address), port, trunk);
         if (!host) return false;
@@ -296,7 +296,7 @@ bool SwitchModel::get_l3_host_ip6(const unsigned char* address, Mp port, unsigne
 
 bool SwitchModel::delete_l3_host_by_interface(unsigned int interface_id, bool)
 {
-    return op(164, "delete_l3_host_by_interface", [&] {
+    return op(Slot::delete_l3_host_by_interface, [&] {
         auto on_interface = [&](const auto& e) { return e.second.interface_id == interface_id; };
         erase_where(hosts4_, on_interface);
         erase_where(hosts6_, on_interface);
@@ -306,7 +306,7 @@ bool SwitchModel::delete_l3_host_by_interface(unsigned int interface_id, bool)
 
 bool SwitchModel::delete_l3_host_by_network_ip4(unsigned int address)
 {
-    return op(165, "delete_l3_host_by_network_ip4", [&] {
+    return op(Slot::delete_l3_host_by_network_ip4, [&] {
         const unsigned int mask = mask_of(24);
         erase_where(hosts4_, [&](const auto& e) { return (e.first & mask) == (address & mask); });
         return true;
@@ -315,7 +315,7 @@ bool SwitchModel::delete_l3_host_by_network_ip4(unsigned int address)
 
 bool SwitchModel::delete_l3_host_by_network_ip6(const unsigned char* address)
 {
-    return op(166, "delete_l3_host_by_network_ip6", [&] {
+    return op(Slot::delete_l3_host_by_network_ip6, [&] {
         if (!given(address, "IPv6 address")) return false;
         const Ipv6Key network = masked6(address, 64);
         erase_where(hosts6_, [&](const auto& e) { return masked6(e.first.address.data(), 64) == network; });
@@ -325,7 +325,7 @@ bool SwitchModel::delete_l3_host_by_network_ip6(const unsigned char* address)
 
 bool SwitchModel::delete_l3_host_by_addr_ip4(unsigned int address, const Mp& port, bool trunk)
 {
-    return op(167, "delete_l3_host_by_addr_ip4", [&] {
+    return op(Slot::delete_l3_host_by_addr_ip4, [&] {
         if (!entry_at(hosts4_, address, "host " + ip4_text(address), port, trunk)) return false;
         hosts4_.erase(address);
         return true;
@@ -334,7 +334,7 @@ bool SwitchModel::delete_l3_host_by_addr_ip4(unsigned int address, const Mp& por
 
 bool SwitchModel::delete_l3_host_by_addr_ip6(const unsigned char* address, const Mp& port, bool trunk)
 {
-    return op(168, "delete_l3_host_by_addr_ip6", [&] {
+    return op(Slot::delete_l3_host_by_addr_ip6, [&] {
         if (!given(address, "IPv6 address")) return false;
         const Ipv6Key key = masked6(address, 128);
         if (!entry_at(hosts6_, key, "host " + ip6_text(address), port, trunk)) return false;
@@ -345,7 +345,7 @@ bool SwitchModel::delete_l3_host_by_addr_ip6(const unsigned char* address, const
 
 bool SwitchModel::clear_l3_host_table()
 {
-    return op(169, "clear_l3_host_table", [&] {
+    return op(Slot::clear_l3_host_table, [&] {
         hosts4_.clear();
         hosts6_.clear();
         return true;
@@ -357,7 +357,7 @@ bool SwitchModel::add_l3_route_ip4(const Mp& port, bool trunk, unsigned int addr
                                    unsigned int mask, const unsigned char* mac,
                                    unsigned int interface_id, unsigned int vlan)
 {
-    return op(172, "add_l3_route_ip4", [&] {
+    return op(Slot::add_l3_route_ip4, [&] {
         const int length = contiguous4(mask);
         if (length < 0 || !given(mac, "MAC address") || !known_target(port, trunk) ||
             !known_interface(interface_id) || !room("IPv4 route table", route4_count_, config_.ipv4_routes))
@@ -373,7 +373,7 @@ bool SwitchModel::add_l3_route_ip6(const Mp& port, bool trunk, const unsigned ch
                                    const unsigned char* mask, const unsigned char* mac,
                                    unsigned int interface_id)
 {
-    return op(173, "add_l3_route_ip6", [&] {
+    return op(Slot::add_l3_route_ip6, [&] {
         const int length = contiguous6(address, mask);
         const L3Interface* on = nullptr;
         if (length < 0 || !given(mac, "MAC address") || !known_target(port, trunk) ||
@@ -392,7 +392,7 @@ bool SwitchModel::get_l3_route_by_subnet_ip4(unsigned int address, unsigned int 
                                              bool trunk, unsigned char* mac,
                                              unsigned int& interface_id, unsigned int& vlan)
 {
-    return op(162, "get_l3_route_by_subnet_ip4", [&] {
+    return op(Slot::get_l3_route_by_subnet_ip4, [&] {
         const int length = contiguous4(mask);
         if (length < 0 || !given(mac, "MAC buffer")) return false;
         const L3Target* route =
@@ -409,7 +409,7 @@ bool SwitchModel::get_l3_route_by_subnet_ip6(const unsigned char* address, const
                                              const Mp& port, bool trunk, unsigned int& interface_id,
                                              unsigned char* mac)
 {
-    return op(163, "get_l3_route_by_subnet_ip6", [&] {
+    return op(Slot::get_l3_route_by_subnet_ip6, [&] {
         const int length = contiguous6(address, mask);
         if (length < 0 || !given(mac, "MAC buffer")) return false;
         const L3Target* route = entry_at(routes6_[length], masked6(address, length),
@@ -423,7 +423,7 @@ bool SwitchModel::get_l3_route_by_subnet_ip6(const unsigned char* address, const
 
 bool SwitchModel::delete_l3_route_by_interface(unsigned int interface_id, bool)
 {
-    return op(174, "delete_l3_route_by_interface", [&] {
+    return op(Slot::delete_l3_route_by_interface, [&] {
         auto on_interface = [&](const auto& e) { return e.second.interface_id == interface_id; };
         for (auto& table : routes4_) route4_count_ -= erase_where(table, on_interface);
         for (auto& table : routes6_) route6_count_ -= erase_where(table, on_interface);
@@ -434,7 +434,7 @@ bool SwitchModel::delete_l3_route_by_interface(unsigned int interface_id, bool)
 bool SwitchModel::delete_l3_route_by_subnet_ip4(unsigned int address, unsigned int mask,
                                                 const Mp& port, bool trunk)
 {
-    return op(175, "delete_l3_route_by_subnet_ip4", [&] {
+    return op(Slot::delete_l3_route_by_subnet_ip4, [&] {
         const int length = contiguous4(mask);
         if (length < 0) return false;
         if (!entry_at(routes4_[length], address & mask, "route " + route4_name(address, length), port, trunk))
@@ -448,7 +448,7 @@ bool SwitchModel::delete_l3_route_by_subnet_ip4(unsigned int address, unsigned i
 bool SwitchModel::delete_l3_route_by_subnet_ip6(const unsigned char* address, const unsigned char* mask,
                                                 const Mp& port, bool trunk)
 {
-    return op(176, "delete_l3_route_by_subnet_ip6", [&] {
+    return op(Slot::delete_l3_route_by_subnet_ip6, [&] {
         const int length = contiguous6(address, mask);
         if (length < 0) return false;
         const Ipv6Key key = masked6(address, length);
@@ -461,7 +461,7 @@ bool SwitchModel::delete_l3_route_by_subnet_ip6(const unsigned char* address, co
 
 bool SwitchModel::clear_l3_route_table()
 {
-    return op(177, "clear_l3_route_table", [&] {
+    return op(Slot::clear_l3_route_table, [&] {
         for (auto& table : routes4_) table.clear();
         for (auto& table : routes6_) table.clear();
         route4_count_ = route6_count_ = 0;

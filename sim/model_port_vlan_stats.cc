@@ -20,7 +20,7 @@ const char* frame_type_name(frame_type_t frame)
 // --- VLAN settings of a port.
 bool SwitchModel::set_port_pvid(const Mp& p, unsigned int pvid)
 {
-    return op(80, "set_port_pvid", [&] {
+    return op(Slot::set_port_pvid, [&] {
         return known_vlan(pvid) &&
                on_port(p, [&](PortState& s) { return s.pvid = pvid, true; });
     }, p, pvid);
@@ -28,14 +28,14 @@ bool SwitchModel::set_port_pvid(const Mp& p, unsigned int pvid)
 
 bool SwitchModel::get_port_pvid(const Mp& p, unsigned int& pvid)
 {
-    return op(81, "get_port_pvid", [&] {
+    return op(Slot::get_port_pvid, [&] {
         return on_port(p, [&](PortState& s) { return pvid = s.pvid, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_vlan_priority(const Mp& p, unsigned int key, unsigned int priority)
 {
-    return op(82, "set_port_vlan_priority", [&] {
+    return op(Slot::set_port_vlan_priority, [&] {
         return within("priority", key, 0, 7) && within("VLAN priority", priority, 0, 7) &&
                on_port(p, [&](PortState& s) {
                    return s.vlan_priority[key] = priority, true;
@@ -45,7 +45,7 @@ bool SwitchModel::set_port_vlan_priority(const Mp& p, unsigned int key, unsigned
 
 bool SwitchModel::get_port_vlan_priority(const Mp& p, unsigned int key, unsigned int& priority)
 {
-    return op(83, "get_port_vlan_priority", [&] {
+    return op(Slot::get_port_vlan_priority, [&] {
         return within("priority", key, 0, 7) && on_port(p, [&](PortState& s) {
                    auto found = s.vlan_priority.find(key);
                    priority = found == s.vlan_priority.end() ? key : found->second;
@@ -56,14 +56,14 @@ bool SwitchModel::get_port_vlan_priority(const Mp& p, unsigned int key, unsigned
 
 bool SwitchModel::set_port_vlan_accept_frame(const Mp& p, bool tagged_only)
 {
-    return op(84, "set_port_vlan_accept_frame", [&] {
+    return op(Slot::set_port_vlan_accept_frame, [&] {
         return on_port(p, [&](PortState& s) { return s.tagged_only = tagged_only, true; });
     }, p, tagged_only);
 }
 
 bool SwitchModel::get_port_vlan_accept_frame(const Mp& p, bool& tagged_only)
 {
-    return op(85, "get_port_vlan_accept_frame", [&] {
+    return op(Slot::get_port_vlan_accept_frame, [&] {
         return on_port(p, [&](PortState& s) { return tagged_only = s.tagged_only, true; });
     }, p);
 }
@@ -71,7 +71,7 @@ bool SwitchModel::get_port_vlan_accept_frame(const Mp& p, bool& tagged_only)
 bool SwitchModel::set_port_protocol_vlan(const Mp& p, frame_type_t frame, unsigned short protocol,
                                          unsigned int vlan)
 {
-    return op(88, "set_port_protocol_vlan", [&] {
+    return op(Slot::set_port_protocol_vlan, [&] {
         return within("frame type", frame, FRAME_TYPE_ETHERNET2, FRAME_TYPE_SNAP) && known_vlan(vlan) &&
                on_port(p, [&](PortState& s) {
                    return s.protocol_vlans[std::make_pair(static_cast<int>(frame), protocol)] = vlan,
@@ -82,7 +82,7 @@ bool SwitchModel::set_port_protocol_vlan(const Mp& p, frame_type_t frame, unsign
 
 bool SwitchModel::delete_port_protocol_vlan(const Mp& p, frame_type_t frame, unsigned short protocol)
 {
-    return op(89, "delete_port_protocol_vlan", [&] {
+    return op(Slot::delete_port_protocol_vlan, [&] {
         return on_port(p, [&](PortState& s) {
             return s.protocol_vlans.erase(std::make_pair(static_cast<int>(frame), protocol)) == 1 ||
                    refuse("port ", port_name(p), " has no VLAN for protocol ", vorn_format::hex16(protocol),
@@ -93,7 +93,7 @@ bool SwitchModel::delete_port_protocol_vlan(const Mp& p, frame_type_t frame, uns
 
 bool SwitchModel::delete_port_protocol_vlan_all(const Mp& p)
 {
-    return op(90, "delete_port_protocol_vlan_all", [&] {
+    return op(Slot::delete_port_protocol_vlan_all, [&] {
         return on_port(p, [&](PortState& s) { return s.protocol_vlans.clear(), true; });
     }, p);
 }
@@ -101,7 +101,7 @@ bool SwitchModel::delete_port_protocol_vlan_all(const Mp& p)
 // --- Spanning tree.
 bool SwitchModel::set_port_stp_state(const Mp& p, stp_state_t state)
 {
-    return op(49, "set_port_stp_state", [&] {
+    return op(Slot::set_port_stp_state, [&] {
         return within("STP state", state, STP_STATE_DISABLED, STP_STATE_FORWARDING) &&
                on_port(p, [&](PortState& s) { return s.stp = state, true; });
     }, p, state);
@@ -109,14 +109,14 @@ bool SwitchModel::set_port_stp_state(const Mp& p, stp_state_t state)
 
 bool SwitchModel::get_port_stp_state(const Mp& p, stp_state_t& state)
 {
-    return op(50, "get_port_stp_state", [&] {
+    return op(Slot::get_port_stp_state, [&] {
         return on_port(p, [&](PortState& s) { return state = s.stp, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_mstp_state(unsigned int instance, const Mp& p, mstp_state_t state)
 {
-    return op(7, "set_port_mstp_state", [&] {
+    return op(Slot::set_port_mstp_state, [&] {
         return within("MSTP instance", instance, 0, 4094) &&
                within("MSTP state", state, MSTP_STATE_DISCARDING, MSTP_STATE_FORWARDING) &&
                on_port(p, [&](PortState& s) { return s.mstp[instance] = state, true; });
@@ -126,7 +126,7 @@ bool SwitchModel::set_port_mstp_state(unsigned int instance, const Mp& p, mstp_s
 // An instance never set forwards.
 bool SwitchModel::get_port_mstp_state(unsigned int instance, const Mp& p, mstp_state_t& state)
 {
-    return op(8, "get_port_mstp_state", [&] {
+    return op(Slot::get_port_mstp_state, [&] {
         return within("MSTP instance", instance, 0, 4094) && on_port(p, [&](PortState& s) {
                    auto found = s.mstp.find(instance);
                    state = found == s.mstp.end() ? MSTP_STATE_FORWARDING : found->second;
@@ -137,14 +137,14 @@ bool SwitchModel::get_port_mstp_state(unsigned int instance, const Mp& p, mstp_s
 
 bool SwitchModel::set_port_bpdu_processing(const Mp& p, bool enabled)
 {
-    return op(51, "set_port_bpdu_processing", [&] {
+    return op(Slot::set_port_bpdu_processing, [&] {
         return on_port(p, [&](PortState& s) { return s.bpdu_processing = enabled, true; });
     }, p, enabled);
 }
 
 bool SwitchModel::get_port_bpdu_processing(const Mp& p, bool& enabled)
 {
-    return op(52, "get_port_bpdu_processing", [&] {
+    return op(Slot::get_port_bpdu_processing, [&] {
         return on_port(p, [&](PortState& s) { return enabled = s.bpdu_processing, true; });
     }, p);
 }
@@ -152,21 +152,21 @@ bool SwitchModel::get_port_bpdu_processing(const Mp& p, bool& enabled)
 // --- Statistics.
 bool SwitchModel::set_port_stat_enable(const Mp& p, bool enabled)
 {
-    return op(36, "set_port_stat_enable", [&] {
+    return op(Slot::set_port_stat_enable, [&] {
         return on_port(p, [&](PortState& s) { return s.stats_enabled = enabled, true; });
     }, p, enabled);
 }
 
 bool SwitchModel::get_port_stat_enabled(const Mp& p, bool& enabled)
 {
-    return op(37, "get_port_stat_enabled", [&] {
+    return op(Slot::get_port_stat_enabled, [&] {
         return on_port(p, [&](PortState& s) { return enabled = s.stats_enabled, true; });
     }, p);
 }
 
 bool SwitchModel::get_port_stat_counter(const Mp& p, stat_type_t type, unsigned long long& value)
 {
-    return op(38, "get_port_stat_counter", [&] {
+    return op(Slot::get_port_stat_counter, [&] {
         return within("counter type", type, 0, STAT_TYPE_COUNT - 1) &&
                on_port(p, [&](PortState& s) { return value = s.counters[type], true; });
     }, p, type);
@@ -174,7 +174,7 @@ bool SwitchModel::get_port_stat_counter(const Mp& p, stat_type_t type, unsigned 
 
 bool SwitchModel::get_port_stat_counter32(const Mp& p, stat_type_t type, unsigned int& value)
 {
-    return op(39, "get_port_stat_counter32", [&] {
+    return op(Slot::get_port_stat_counter32, [&] {
         return within("counter type", type, 0, STAT_TYPE_COUNT - 1) && on_port(p, [&](PortState& s) {
                    value = static_cast<unsigned int>(s.counters[type]);
                    return true;
@@ -184,7 +184,7 @@ bool SwitchModel::get_port_stat_counter32(const Mp& p, stat_type_t type, unsigne
 
 bool SwitchModel::get_port_stat_counter_all64(const Mp& p, std::list<StatCounter64>& counters)
 {
-    return op(40, "get_port_stat_counter_all64", [&] {
+    return op(Slot::get_port_stat_counter_all64, [&] {
         return on_port(p, [&](PortState& s) {
             for (int type = 0; type < STAT_TYPE_COUNT; ++type)
                 counters.push_back(StatCounter64{static_cast<stat_type_t>(type), 0, s.counters[type]});
@@ -195,7 +195,7 @@ bool SwitchModel::get_port_stat_counter_all64(const Mp& p, std::list<StatCounter
 
 bool SwitchModel::get_port_stat_counter_all32(const Mp& p, std::list<StatCounter32>& counters)
 {
-    return op(41, "get_port_stat_counter_all32", [&] {
+    return op(Slot::get_port_stat_counter_all32, [&] {
         return on_port(p, [&](PortState& s) {
             for (int type = 0; type < STAT_TYPE_COUNT; ++type)
                 counters.push_back(StatCounter32{static_cast<stat_type_t>(type),
@@ -209,7 +209,7 @@ bool SwitchModel::get_port_stat_counter_all32(const Mp& p, std::list<StatCounter
 bool SwitchModel::get_port_stat_counter_all64_ext(const Mp& p, StatCounter64* counters,
                                                   unsigned int& count)
 {
-    return op(42, "get_port_stat_counter_all64_ext", [&] {
+    return op(Slot::get_port_stat_counter_all64_ext, [&] {
         return given(counters, "counter array") && on_port(p, [&](PortState& s) {
                    unsigned int written = 0;
                    for (; written < count && written < STAT_TYPE_COUNT; ++written)
@@ -224,7 +224,7 @@ bool SwitchModel::get_port_stat_counter_all64_ext(const Mp& p, StatCounter64* co
 bool SwitchModel::get_port_stat_counter_all32_ext(const Mp& p, StatCounter32* counters,
                                                   unsigned int& count)
 {
-    return op(43, "get_port_stat_counter_all32_ext", [&] {
+    return op(Slot::get_port_stat_counter_all32_ext, [&] {
         return given(counters, "counter array") && on_port(p, [&](PortState& s) {
                    unsigned int written = 0;
                    for (; written < count && written < STAT_TYPE_COUNT; ++written)
@@ -263,7 +263,7 @@ unsigned long long brief_value(const PortState& s, brief_stat_type_t type)
 bool SwitchModel::get_port_brief_stat_counter64(const Mp& p, brief_stat_type_t type,
                                                 unsigned long long& value)
 {
-    return op(44, "get_port_brief_stat_counter64", [&] {
+    return op(Slot::get_port_brief_stat_counter64, [&] {
         return within("brief counter type", type, 0, BRIEF_STAT_TYPE_COUNT - 1) &&
                on_port(p, [&](PortState& s) { return value = brief_value(s, type), true; });
     }, p, type);
@@ -272,7 +272,7 @@ bool SwitchModel::get_port_brief_stat_counter64(const Mp& p, brief_stat_type_t t
 bool SwitchModel::get_port_brief_stat_counter32(const Mp& p, brief_stat_type_t type,
                                                 unsigned int& value)
 {
-    return op(45, "get_port_brief_stat_counter32", [&] {
+    return op(Slot::get_port_brief_stat_counter32, [&] {
         return within("brief counter type", type, 0, BRIEF_STAT_TYPE_COUNT - 1) &&
                on_port(p, [&](PortState& s) {
                    value = static_cast<unsigned int>(brief_value(s, type));
@@ -284,7 +284,7 @@ bool SwitchModel::get_port_brief_stat_counter32(const Mp& p, brief_stat_type_t t
 bool SwitchModel::get_port_brief_stat_counter_all64(const Mp& p,
                                                     std::list<BriefStatCounter64>& counters)
 {
-    return op(46, "get_port_brief_stat_counter_all64", [&] {
+    return op(Slot::get_port_brief_stat_counter_all64, [&] {
         return on_port(p, [&](PortState& s) {
             for (int type = 0; type < BRIEF_STAT_TYPE_COUNT; ++type)
                 counters.push_back(BriefStatCounter64{static_cast<brief_stat_type_t>(type), 0,
@@ -296,7 +296,7 @@ bool SwitchModel::get_port_brief_stat_counter_all64(const Mp& p,
 
 bool SwitchModel::clear_port_stat_counter(const Mp& p)
 {
-    return op(48, "clear_port_stat_counter", [&] {
+    return op(Slot::clear_port_stat_counter, [&] {
         return on_port(p, [&](PortState& s) { return s.counters.fill(0), true; });
     }, p);
 }

@@ -123,35 +123,35 @@ bool SwitchModel::room(const char* table, std::size_t used, std::size_t capacity
 // --- Physical settings.
 bool SwitchModel::set_port_state(const Mp& p, bool enabled)
 {
-    return op(18, "set_port_state", [&] {
+    return op(Slot::set_port_state, [&] {
         return on_port(p, [&](PortState& s) { return s.admin = enabled, true; });
     }, p, enabled);
 }
 
 bool SwitchModel::get_port_state(const Mp& p, bool& enabled)
 {
-    return op(19, "get_port_state", [&] {
+    return op(Slot::get_port_state, [&] {
         return on_port(p, [&](PortState& s) { return enabled = s.admin, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_autoneg(const Mp& p, bool enabled)
 {
-    return op(22, "set_port_autoneg", [&] {
+    return op(Slot::set_port_autoneg, [&] {
         return on_port(p, [&](PortState& s) { return s.autoneg = enabled, true; });
     }, p, enabled);
 }
 
 bool SwitchModel::get_port_autoneg(const Mp& p, bool& enabled)
 {
-    return op(23, "get_port_autoneg", [&] {
+    return op(Slot::get_port_autoneg, [&] {
         return on_port(p, [&](PortState& s) { return enabled = s.autoneg, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_speed(const Mp& p, speed_type_t speed)
 {
-    return op(24, "set_port_speed", [&] {
+    return op(Slot::set_port_speed, [&] {
         return within("speed", speed, SPEED_10M, SPEED_100G) &&
                on_port(p, [&](PortState& s) { return s.speed = speed, true; });
     }, p, speed);
@@ -159,14 +159,14 @@ bool SwitchModel::set_port_speed(const Mp& p, speed_type_t speed)
 
 bool SwitchModel::get_port_speed(const Mp& p, speed_type_t& speed)
 {
-    return op(25, "get_port_speed", [&] {
+    return op(Slot::get_port_speed, [&] {
         return on_port(p, [&](PortState& s) { return speed = s.speed, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_duplex(const Mp& p, duplex_type_t duplex)
 {
-    return op(26, "set_port_duplex", [&] {
+    return op(Slot::set_port_duplex, [&] {
         return within("duplex", duplex, DUPLEX_HALF, DUPLEX_FULL) &&
                on_port(p, [&](PortState& s) { return s.duplex = duplex, true; });
     }, p, duplex);
@@ -174,14 +174,14 @@ bool SwitchModel::set_port_duplex(const Mp& p, duplex_type_t duplex)
 
 bool SwitchModel::get_port_duplex(const Mp& p, duplex_type_t& duplex)
 {
-    return op(27, "get_port_duplex", [&] {
+    return op(Slot::get_port_duplex, [&] {
         return on_port(p, [&](PortState& s) { return duplex = s.duplex, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_flow_control_8023x(const Mp& p, bool receive, bool transmit)
 {
-    return op(28, "set_port_flow_control_8023x", [&] {
+    return op(Slot::set_port_flow_control_8023x, [&] {
         return on_port(p, [&](PortState& s) {
             s.flow_control_rx = receive;
             s.flow_control_tx = transmit;
@@ -193,7 +193,7 @@ bool SwitchModel::set_port_flow_control_8023x(const Mp& p, bool receive, bool tr
 bool SwitchModel::get_port_flow_control_8023x(const Mp& p, unsigned int& receive,
                                               unsigned int& transmit)
 {
-    return op(29, "get_port_flow_control_8023x", [&] {
+    return op(Slot::get_port_flow_control_8023x, [&] {
         return on_port(p, [&](PortState& s) {
             receive = s.flow_control_rx ? 1 : 0;
             transmit = s.flow_control_tx ? 1 : 0;
@@ -204,21 +204,21 @@ bool SwitchModel::get_port_flow_control_8023x(const Mp& p, unsigned int& receive
 
 bool SwitchModel::set_port_jaming_control(const Mp& p, bool enabled)
 {
-    return op(30, "set_port_jaming_control", [&] {
+    return op(Slot::set_port_jaming_control, [&] {
         return on_port(p, [&](PortState& s) { return s.jamming = enabled, true; });
     }, p, enabled);
 }
 
 bool SwitchModel::get_port_jaming_control(const Mp& p, bool& enabled)
 {
-    return op(31, "get_port_jaming_control", [&] {
+    return op(Slot::get_port_jaming_control, [&] {
         return on_port(p, [&](PortState& s) { return enabled = s.jamming, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_mtu(const Mp& p, unsigned int mtu)
 {
-    return op(34, "set_port_mtu", [&] {
+    return op(Slot::set_port_mtu, [&] {
         return within("MTU", mtu, 64, 9216) &&
                on_port(p, [&](PortState& s) { return s.mtu = mtu, true; });
     }, p, mtu);
@@ -226,14 +226,14 @@ bool SwitchModel::set_port_mtu(const Mp& p, unsigned int mtu)
 
 bool SwitchModel::get_port_mtu(const Mp& p, unsigned int& mtu)
 {
-    return op(35, "get_port_mtu", [&] {
+    return op(Slot::get_port_mtu, [&] {
         return on_port(p, [&](PortState& s) { return mtu = s.mtu, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_link_state(const Mp& p, phy_state_t state)
 {
-    return op(64, "set_port_link_state", [&] {
+    return op(Slot::set_port_link_state, [&] {
         return within("link state", state, PHY_STATE_DOWN, PHY_STATE_UP) &&
                on_port(p, [&](PortState& s) { return s.link = state, true; });
     }, p, state);
@@ -242,7 +242,7 @@ bool SwitchModel::set_port_link_state(const Mp& p, phy_state_t state)
 // A port whose administrative state is down has no link.
 bool SwitchModel::get_port_link_state(const Mp& p, phy_state_t& state)
 {
-    return op(65, "get_port_link_state", [&] {
+    return op(Slot::get_port_link_state, [&] {
         return on_port(p, [&](PortState& s) {
             state = s.admin ? s.link : PHY_STATE_DOWN;
             return true;
@@ -252,14 +252,14 @@ bool SwitchModel::get_port_link_state(const Mp& p, phy_state_t& state)
 
 bool SwitchModel::get_port_ability(const Mp& p, port_ability_type_t& ability)
 {
-    return op(96, "get_port_ability", [&] {
+    return op(Slot::get_port_ability, [&] {
         return on_port(p, [&](PortState&) { return ability = all_abilities, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_advertising_ability(const Mp& p, port_ability_type_t ability)
 {
-    return op(97, "set_port_advertising_ability", [&] {
+    return op(Slot::set_port_advertising_ability, [&] {
         return flags_within("ability set", ability, all_abilities) &&
                on_port(p, [&](PortState& s) { return s.advertised = ability, true; });
     }, p, ability);
@@ -267,14 +267,14 @@ bool SwitchModel::set_port_advertising_ability(const Mp& p, port_ability_type_t 
 
 bool SwitchModel::get_port_advertising_ability(const Mp& p, port_ability_type_t& ability)
 {
-    return op(98, "get_port_advertising_ability", [&] {
+    return op(Slot::get_port_advertising_ability, [&] {
         return on_port(p, [&](PortState& s) { return ability = s.advertised, true; });
     }, p);
 }
 
 bool SwitchModel::get_port_current_ability(const Mp& p, port_ability_type_t& ability)
 {
-    return op(99, "get_port_current_ability", [&] {
+    return op(Slot::get_port_current_ability, [&] {
         return on_port(p, [&](PortState& s) {
             ability = speed_ability(s.speed, s.duplex);
             return true;
@@ -285,7 +285,7 @@ bool SwitchModel::get_port_current_ability(const Mp& p, port_ability_type_t& abi
 // The link partner advertises everything while the link is up.
 bool SwitchModel::get_port_peer_ability(Mp p, port_ability_type_t& ability)
 {
-    return op(100, "get_port_peer_ability", [&] {
+    return op(Slot::get_port_peer_ability, [&] {
         return on_port(p, [&](PortState& s) {
             ability = s.link == PHY_STATE_UP ? all_abilities : PORT_ABILITY_NONE;
             return true;
@@ -296,7 +296,7 @@ bool SwitchModel::get_port_peer_ability(Mp p, port_ability_type_t& ability)
 // --- Traffic controls.
 bool SwitchModel::set_port_mirror(const Mp& target, const Mp& source, mirror_type_t type)
 {
-    return op(16, "set_port_mirror", [&] {
+    return op(Slot::set_port_mirror, [&] {
         if (!known_port(source) || !known_port(target) ||
             !within("mirror type", type, MIRROR_TYPE_NONE, MIRROR_TYPE_BOTH))
             return false;
@@ -313,7 +313,7 @@ bool SwitchModel::set_port_mirror(const Mp& target, const Mp& source, mirror_typ
 // port".
 bool SwitchModel::get_port_mirror(Mp& target, const Mp& source, mirror_type_t& type)
 {
-    return op(17, "get_port_mirror", [&] {
+    return op(Slot::get_port_mirror, [&] {
         return on_port(source, [&](PortState& s) {
             target = s.mirrored ? s.mirror_target : Mp(0, 0);
             type = s.mirrored ? s.mirror_type : MIRROR_TYPE_NONE;
@@ -324,63 +324,63 @@ bool SwitchModel::get_port_mirror(Mp& target, const Mp& source, mirror_type_t& t
 
 bool SwitchModel::set_port_broadcast_control(const Mp& p, unsigned int rate)
 {
-    return op(70, "set_port_broadcast_control", [&] {
+    return op(Slot::set_port_broadcast_control, [&] {
         return on_port(p, [&](PortState& s) { return s.broadcast_rate = rate, true; });
     }, p, rate);
 }
 
 bool SwitchModel::get_port_broadcast_control(const Mp& p, unsigned int& rate)
 {
-    return op(71, "get_port_broadcast_control", [&] {
+    return op(Slot::get_port_broadcast_control, [&] {
         return on_port(p, [&](PortState& s) { return rate = s.broadcast_rate, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_multicast_control(const Mp& p, unsigned int rate)
 {
-    return op(72, "set_port_multicast_control", [&] {
+    return op(Slot::set_port_multicast_control, [&] {
         return on_port(p, [&](PortState& s) { return s.multicast_rate = rate, true; });
     }, p, rate);
 }
 
 bool SwitchModel::get_port_multicast_control(const Mp& p, unsigned int& rate)
 {
-    return op(73, "get_port_multicast_control", [&] {
+    return op(Slot::get_port_multicast_control, [&] {
         return on_port(p, [&](PortState& s) { return rate = s.multicast_rate, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_unicast_control(const Mp& p, unsigned int rate)
 {
-    return op(74, "set_port_unicast_control", [&] {
+    return op(Slot::set_port_unicast_control, [&] {
         return on_port(p, [&](PortState& s) { return s.unicast_rate = rate, true; });
     }, p, rate);
 }
 
 bool SwitchModel::get_port_unicast_control(const Mp& p, unsigned int& rate)
 {
-    return op(75, "get_port_unicast_control", [&] {
+    return op(Slot::get_port_unicast_control, [&] {
         return on_port(p, [&](PortState& s) { return rate = s.unicast_rate, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_egress_admin_state(const Mp& p, bool enabled)
 {
-    return op(76, "set_port_egress_admin_state", [&] {
+    return op(Slot::set_port_egress_admin_state, [&] {
         return on_port(p, [&](PortState& s) { return s.egress = enabled, true; });
     }, p, enabled);
 }
 
 bool SwitchModel::get_port_egress_admin_state(const Mp& p, bool& enabled)
 {
-    return op(77, "get_port_egress_admin_state", [&] {
+    return op(Slot::get_port_egress_admin_state, [&] {
         return on_port(p, [&](PortState& s) { return enabled = s.egress, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_ingress_discarding(const Mp& p, ingress_discard_type_t type)
 {
-    return op(78, "set_port_ingress_discarding", [&] {
+    return op(Slot::set_port_ingress_discarding, [&] {
         return within("ingress discard type", type, INGRESS_DISCARD_NONE, INGRESS_DISCARD_ALL) &&
                on_port(p, [&](PortState& s) { return s.ingress_discard = type, true; });
     }, p, type);
@@ -388,14 +388,14 @@ bool SwitchModel::set_port_ingress_discarding(const Mp& p, ingress_discard_type_
 
 bool SwitchModel::get_port_ingress_discarding(const Mp& p, ingress_discard_type_t& type)
 {
-    return op(79, "get_port_ingress_discarding", [&] {
+    return op(Slot::get_port_ingress_discarding, [&] {
         return on_port(p, [&](PortState& s) { return type = s.ingress_discard, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_flood_blocking(const Mp& p, const Mp& other, flood_block_type_t type)
 {
-    return op(101, "set_port_flood_blocking", [&] {
+    return op(Slot::set_port_flood_blocking, [&] {
         return known_port(other) && flags_within("flood blocking type", type, FLOOD_BLOCK_ALL) &&
                on_port(p, [&](PortState& s) {
                    return s.flood_blocking[index_of(other)] = type, true;
@@ -405,7 +405,7 @@ bool SwitchModel::set_port_flood_blocking(const Mp& p, const Mp& other, flood_bl
 
 bool SwitchModel::get_port_flood_blocking(const Mp& p, const Mp& other, flood_block_type_t& type)
 {
-    return op(102, "get_port_flood_blocking", [&] {
+    return op(Slot::get_port_flood_blocking, [&] {
         return known_port(other) && on_port(p, [&](PortState& s) {
                    auto found = s.flood_blocking.find(index_of(other));
                    type = found == s.flood_blocking.end() ? FLOOD_BLOCK_NONE : found->second;
@@ -416,7 +416,7 @@ bool SwitchModel::get_port_flood_blocking(const Mp& p, const Mp& other, flood_bl
 
 bool SwitchModel::set_port_flood_blocking_cpu(const Mp& p, flood_block_type_t type)
 {
-    return op(103, "set_port_flood_blocking_cpu", [&] {
+    return op(Slot::set_port_flood_blocking_cpu, [&] {
         return flags_within("flood blocking type", type, FLOOD_BLOCK_ALL) && on_port(p, [&](PortState& s) {
                    return s.flood_blocking_cpu = type, true;
                });
@@ -425,14 +425,14 @@ bool SwitchModel::set_port_flood_blocking_cpu(const Mp& p, flood_block_type_t ty
 
 bool SwitchModel::get_port_flood_blocking_cpu(const Mp& p, flood_block_type_t& type)
 {
-    return op(104, "get_port_flood_blocking_cpu", [&] {
+    return op(Slot::get_port_flood_blocking_cpu, [&] {
         return on_port(p, [&](PortState& s) { return type = s.flood_blocking_cpu, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_cos_mapping(const Mp& p, unsigned int key, unsigned int queue)
 {
-    return op(105, "set_port_cos_mapping", [&] {
+    return op(Slot::set_port_cos_mapping, [&] {
         return within("priority", key, 0, 7) && within("queue", queue, 0, 7) &&
                on_port(p, [&](PortState& s) { return s.cos_map[key] = queue, true; });
     }, p, key, queue);
@@ -441,7 +441,7 @@ bool SwitchModel::set_port_cos_mapping(const Mp& p, unsigned int key, unsigned i
 // Unmapped priorities go to the queue of their own number.
 bool SwitchModel::get_port_cos_mapping(const Mp& p, unsigned int key, unsigned int& queue)
 {
-    return op(106, "get_port_cos_mapping", [&] {
+    return op(Slot::get_port_cos_mapping, [&] {
         return within("priority", key, 0, 7) && on_port(p, [&](PortState& s) {
                    auto found = s.cos_map.find(key);
                    queue = found == s.cos_map.end() ? key : found->second;
@@ -452,7 +452,7 @@ bool SwitchModel::get_port_cos_mapping(const Mp& p, unsigned int key, unsigned i
 
 bool SwitchModel::set_port_switch_unknown_unicast_to_cpu(const Mp& p, bool enabled)
 {
-    return op(121, "set_port_switch_unknown_unicast_to_cpu", [&] {
+    return op(Slot::set_port_switch_unknown_unicast_to_cpu, [&] {
         return on_port(p, [&](PortState& s) {
             return s.unknown_unicast_to_cpu = enabled, true;
         });
@@ -461,7 +461,7 @@ bool SwitchModel::set_port_switch_unknown_unicast_to_cpu(const Mp& p, bool enabl
 
 bool SwitchModel::get_port_switch_unknown_unicast_to_cpu(const Mp& p, bool& enabled)
 {
-    return op(122, "get_port_switch_unknown_unicast_to_cpu", [&] {
+    return op(Slot::get_port_switch_unknown_unicast_to_cpu, [&] {
         return on_port(p, [&](PortState& s) {
             return enabled = s.unknown_unicast_to_cpu, true;
         });
@@ -470,28 +470,28 @@ bool SwitchModel::get_port_switch_unknown_unicast_to_cpu(const Mp& p, bool& enab
 
 bool SwitchModel::set_port_l2_enable(const Mp& p, bool enabled)
 {
-    return op(120, "set_port_l2_enable", [&] {
+    return op(Slot::set_port_l2_enable, [&] {
         return on_port(p, [&](PortState& s) { return s.l2 = enabled, true; });
     }, p, enabled);
 }
 
 bool SwitchModel::set_port_mac_lock(const Mp& p, bool locked)
 {
-    return op(66, "set_port_mac_lock", [&] {
+    return op(Slot::set_port_mac_lock, [&] {
         return on_port(p, [&](PortState& s) { return s.mac_lock = locked, true; });
     }, p, locked);
 }
 
 bool SwitchModel::get_port_mac_lock(const Mp& p, bool& locked)
 {
-    return op(67, "get_port_mac_lock", [&] {
+    return op(Slot::get_port_mac_lock, [&] {
         return on_port(p, [&](PortState& s) { return locked = s.mac_lock, true; });
     }, p);
 }
 
 bool SwitchModel::set_port_mac_lock_ext(const Mp& p, bool locked, bool drop_unknown)
 {
-    return op(68, "set_port_mac_lock_ext", [&] {
+    return op(Slot::set_port_mac_lock_ext, [&] {
         return on_port(p, [&](PortState& s) {
             s.mac_lock = locked;
             s.drop_unknown = drop_unknown;
@@ -502,7 +502,7 @@ bool SwitchModel::set_port_mac_lock_ext(const Mp& p, bool locked, bool drop_unkn
 
 bool SwitchModel::get_port_mac_lock_ext(const Mp& p, bool& locked, bool& drop_unknown)
 {
-    return op(69, "get_port_mac_lock_ext", [&] {
+    return op(Slot::get_port_mac_lock_ext, [&] {
         return on_port(p, [&](PortState& s) {
             locked = s.mac_lock;
             drop_unknown = s.drop_unknown;

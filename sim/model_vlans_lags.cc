@@ -31,7 +31,7 @@ std::size_t distinct(const std::list<Mp>& ports)
 
 bool SwitchModel::create_vlan(unsigned int vlan)
 {
-    return op(0, "create_vlan", [&] {
+    return op(Slot::create_vlan, [&] {
         return vlan_id(vlan) &&
                (vlans_.emplace(vlan, Vlan()).second || refuse("VLAN ", vlan, " already exists"));
     }, vlan);
@@ -40,7 +40,7 @@ bool SwitchModel::create_vlan(unsigned int vlan)
 // Deleting a VLAN forgets what was learned in it.
 bool SwitchModel::delete_vlan(unsigned int vlan)
 {
-    return op(1, "delete_vlan", [&] {
+    return op(Slot::delete_vlan, [&] {
         if (!known_vlan(vlan)) return false;
         vlans_.erase(vlan);
         for (auto it = fdb_.begin(); it != fdb_.end();)
@@ -53,7 +53,7 @@ bool SwitchModel::delete_vlan(unsigned int vlan)
 // of the other.
 bool SwitchModel::add_ports_to_vlan(unsigned int vlan, std::list<Mp>& tagged, std::list<Mp>& untagged)
 {
-    return op(2, "add_ports_to_vlan", [&] {
+    return op(Slot::add_ports_to_vlan, [&] {
         if (!known_vlan(vlan) || !known_ports(tagged) || !known_ports(untagged)) return false;
         Vlan& v = vlans_[vlan];
         for (const Mp& port : tagged) {
@@ -70,7 +70,7 @@ bool SwitchModel::add_ports_to_vlan(unsigned int vlan, std::list<Mp>& tagged, st
 
 bool SwitchModel::delete_ports_from_vlan(unsigned int vlan, std::list<Mp>& ports)
 {
-    return op(4, "delete_ports_from_vlan", [&] {
+    return op(Slot::delete_ports_from_vlan, [&] {
         if (!known_vlan(vlan) || !known_ports(ports)) return false;
         Vlan& v = vlans_[vlan];
         for (const Mp& port : ports) {
@@ -83,7 +83,7 @@ bool SwitchModel::delete_ports_from_vlan(unsigned int vlan, std::list<Mp>& ports
 
 bool SwitchModel::get_vlan_info(unsigned int vlan, std::list<Mp>& tagged, std::list<Mp>& untagged)
 {
-    return op(6, "get_vlan_info", [&] {
+    return op(Slot::get_vlan_info, [&] {
         if (!known_vlan(vlan)) return false;
         const Vlan& v = vlans_[vlan];
         tagged.assign(v.tagged.begin(), v.tagged.end());
@@ -94,7 +94,7 @@ bool SwitchModel::get_vlan_info(unsigned int vlan, std::list<Mp>& tagged, std::l
 
 bool SwitchModel::set_mac_vlan(const unsigned char* mac, unsigned int vlan, unsigned int priority)
 {
-    return op(91, "set_mac_vlan", [&] {
+    return op(Slot::set_mac_vlan, [&] {
         if (!given(mac, "MAC address") || !vlan_id(vlan) || !within("priority", priority, 0, 7)) return false;
         MacAddress key;
         std::copy(mac, mac + 6, key.begin());
@@ -106,7 +106,7 @@ bool SwitchModel::set_mac_vlan(const unsigned char* mac, unsigned int vlan, unsi
 bool SwitchModel::set_ipv4_subnet_vlan(unsigned int address, unsigned int mask, unsigned int vlan,
                                        unsigned int priority)
 {
-    return op(92, "set_ipv4_subnet_vlan", [&] {
+    return op(Slot::set_ipv4_subnet_vlan, [&] {
         if (!vlan_id(vlan) || !within("priority", priority, 0, 7)) return false;
         ipv4_subnet_vlans_[std::make_pair(address & mask, mask)] = std::make_pair(vlan, priority);
         return true;
@@ -116,7 +116,7 @@ bool SwitchModel::set_ipv4_subnet_vlan(unsigned int address, unsigned int mask, 
 bool SwitchModel::set_ipv6_subnet_vlan(const unsigned char* address, unsigned int prefix_length,
                                        unsigned int vlan, unsigned int priority)
 {
-    return op(93, "set_ipv6_subnet_vlan", [&] {
+    return op(Slot::set_ipv6_subnet_vlan, [&] {
         if (!given(address, "IPv6 address") || !within("prefix length", prefix_length, 0, 128) ||
             !vlan_id(vlan) || !within("priority", priority, 0, 7))
             return false;
@@ -147,7 +147,7 @@ bool SwitchModel::lag_of_member(const Mp& port, unsigned int& lag_id) const
 // Ids are handed out lowest free first, from 0.
 bool SwitchModel::create_lag(unsigned int& lag_id)
 {
-    return op(9, "create_lag", [&] {
+    return op(Slot::create_lag, [&] {
         for (unsigned int id = 0; id < config_.max_lags; ++id)
             if (!lags_.count(id)) {
                 lags_[id];
@@ -160,14 +160,14 @@ bool SwitchModel::create_lag(unsigned int& lag_id)
 
 bool SwitchModel::delete_lag(unsigned int lag_id)
 {
-    return op(10, "delete_lag", [&] { return known_lag(lag_id) && lags_.erase(lag_id) == 1; }, lag_id);
+    return op(Slot::delete_lag, [&] { return known_lag(lag_id) && lags_.erase(lag_id) == 1; }, lag_id);
 }
 
 // The list is the LAG's complete new member set.  A port may belong to one
 // LAG only.
 bool SwitchModel::add_ports_to_lag(unsigned int lag_id, std::list<Mp>& ports)
 {
-    return op(11, "add_ports_to_lag", [&] {
+    return op(Slot::add_ports_to_lag, [&] {
         Lag* l = known_lag(lag_id);
         if (!l || !known_ports(ports)) return false;
         for (const Mp& port : ports) {
@@ -188,7 +188,7 @@ bool SwitchModel::add_ports_to_lag(unsigned int lag_id, std::list<Mp>& ports)
 
 bool SwitchModel::delete_ports_from_lag(unsigned int lag_id, std::list<Mp>& ports)
 {
-    return op(12, "delete_ports_from_lag", [&] {
+    return op(Slot::delete_ports_from_lag, [&] {
         Lag* l = known_lag(lag_id);
         if (!l || !known_ports(ports)) return false;
         for (const Mp& port : ports) remove_port(l->members, port);
@@ -198,7 +198,7 @@ bool SwitchModel::delete_ports_from_lag(unsigned int lag_id, std::list<Mp>& port
 
 bool SwitchModel::set_lag_balancing_strategy(unsigned int lag_id, lag_psc_t psc)
 {
-    return op(13, "set_lag_balancing_strategy", [&] {
+    return op(Slot::set_lag_balancing_strategy, [&] {
         Lag* l = known_lag(lag_id);
         if (!l || !within("balancing strategy", psc, LAG_PSC_SRC_MAC, LAG_PSC_SRC_DST_IP)) return false;
         l->psc = psc;
@@ -208,7 +208,7 @@ bool SwitchModel::set_lag_balancing_strategy(unsigned int lag_id, lag_psc_t psc)
 
 bool SwitchModel::get_lag_balancing_strategy(unsigned int lag_id, lag_psc_t& psc)
 {
-    return op(14, "get_lag_balancing_strategy", [&] {
+    return op(Slot::get_lag_balancing_strategy, [&] {
         Lag* l = known_lag(lag_id);
         if (!l) return false;
         psc = l->psc;

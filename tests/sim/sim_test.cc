@@ -2,18 +2,26 @@
 // libvornlcapi into the virtual line card, as a real control plane's would.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <sstream>
+#include <string>
+#include <tuple>
+#include <type_traits>
 #include <vector>
 
 #include "vorn_api.hh"
 #include "vorn_capi.h"
 #include "vorn_lag_list.hh"
+#include "sdk_slots.hh"
 #include "vorn_sdk.hh"
 #include "vorn_sim.hh"
 
 namespace {
+
+using vorn_meta::Slot;
+using vorn_meta::slot;
 
 const unsigned char mac_a[6] = {0x00, 0x11, 0x22, 0x33, 0x44, 0x55};
 const unsigned char mac_b[6] = {0x00, 0x11, 0x22, 0x33, 0x44, 0x66};
@@ -251,6 +259,52 @@ TEST_F(Card, TraceWritesOneLinePerSdkOperation)
               "sdk 81 get_port_pvid(0:3) -> true\n"
               "sdk 0 create_vlan(0) -> false\n"
               "sdk 178 set_lcmgr_trace(\"trace_level_all\", false) -> true\n");
+}
+
+// Calls an SDK operation with every argument value-initialised (0, false,
+// null pointers, empty lists): enough to pass through the operation frame.
+template <class... Params>
+void call_with_defaults(VornSdkBase& sdk, bool (VornSdkBase::*operation)(Params...))
+{
+    std::tuple<std::decay_t<Params>...> arguments{};
+    std::apply([&](auto&... argument) { (sdk.*operation)(argument...); }, arguments);
+}
+
+// Each operation of the model, called through the SDK object's table of
+// virtual functions, traces under the slot the slot table gives the method it
+// overrides; the free slots trace nothing.
+TEST_F(Card, EveryOperationTracesUnderItsOwnSlot)
+{
+    struct Operation {
+        Slot slot;
+        void (*call)(VornSdkBase& sdk);
+    };
+    const Operation operations[] = {
+#define VORN_SDK_SLOT(slot, name, params, args) \
+    {Slot::name, [](VornSdkBase& sdk) { call_with_defaults(sdk, &VornSdkBase::name); }},
+#include "sdk_slots.def"
+#undef VORN_SDK_SLOT
+    };
+    VornSdkBase* sdk = nullptr;
+    ASSERT_TRUE(vornsdk_get_sdk_instance(sdk));
+    std::ostringstream trace;
+    vorn_sim::set_trace_stream(&trace);
+    for (const Operation& operation : operations) {
+        const std::string name = slot_name(operation.slot);
+        SCOPED_TRACE(name);
+        ASSERT_TRUE(sdk->set_lcmgr_trace("trace_level_sdk", true));
+        trace.str("");
+        operation.call(*sdk);
+        const std::string text = trace.str();
+        if (name.rfind("unused_slot_", 0) == 0) {
+            EXPECT_EQ(text, "");
+            continue;
+        }
+        const std::string head = "sdk " + std::to_string(slot(operation.slot)) + " " + name + "(";
+        EXPECT_EQ(text.substr(0, head.size()), head);
+        EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 1) << text;
+    }
+    vorn_sim::set_trace_stream(nullptr);
 }
 
 TEST_F(Card, RefusalsAreCountedPerOperationAndForgottenOnReset)
