@@ -59,10 +59,11 @@ void reset();
 // --- Why the host refused ---------------------------------------------------
 // `operation` is the SDK operation's name ("create_vlan", "add_ports_to_lag",
 // ...) or the host-side action ("set_cable", "receive_frame", "port mapping");
-// `slot` is the SDK slot, -1 for host-side refusals.  `reason` is one short
-// phrase naming the element in the user's numbering: "unknown port 1/1/49",
-// "VLAN 5 does not exist", "port 1/1/3 is already in LAG 0/1/1",
-// "MAC table full (32768 entries)", "injected fault".
+// `slot` is the SDK slot number, -1 for host-side refusals; host code takes
+// it from the slot table (vorn_meta::slot(Slot::create_vlan), meta/sdk_slots.hh).
+// `reason` is one short phrase naming the element in the user's numbering:
+// "unknown port 1/1/49", "VLAN 5 does not exist", "port 1/1/3 is already in
+// LAG 0/1/1", "MAC table full (32768 entries)", "injected fault".
 struct Refusal {
     int slot = -1;
     std::string operation;

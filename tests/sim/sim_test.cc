@@ -11,10 +11,10 @@
 #include <type_traits>
 #include <vector>
 
+#include "sdk_slots.hh"
 #include "vorn_api.hh"
 #include "vorn_capi.h"
 #include "vorn_lag_list.hh"
-#include "sdk_slots.hh"
 #include "vorn_sdk.hh"
 #include "vorn_sim.hh"
 
@@ -202,7 +202,7 @@ TEST_F(Card, BadInputIsRefusedWithoutDamage)
 TEST_F(Card, InjectedFaultsStopAFanOutWhereTheyHit)
 {
     ASSERT_TRUE(vorn_add_ports_to_lag(lag(1), {port(1), port(2), port(3)}));
-    vorn_sim::fail_slot_for_port(80, Mp(0, 2));  // set_port_pvid on the second member
+    vorn_sim::fail_slot_for_port(slot(Slot::set_port_pvid), Mp(0, 2));  // on the second member
     ASSERT_TRUE(vorn_create_vlan(50));
     EXPECT_FALSE(vorn_set_port_pvid(lag(1), 50));
     unsigned int pvid = 0;
@@ -212,7 +212,7 @@ TEST_F(Card, InjectedFaultsStopAFanOutWhereTheyHit)
     EXPECT_EQ(pvid, 1u);  // never reached
 
     vorn_sim::clear_faults();
-    vorn_sim::fail_slot(0, 2);  // the second create_vlan from now
+    vorn_sim::fail_slot(slot(Slot::create_vlan), 2);  // the second from now
     EXPECT_TRUE(vorn_create_vlan(51));
     EXPECT_FALSE(vorn_create_vlan(52));
     EXPECT_TRUE(vorn_create_vlan(53));
@@ -311,13 +311,13 @@ TEST_F(Card, RefusalsAreCountedPerOperationAndForgottenOnReset)
 {
     EXPECT_EQ(vorn_sim::refusal_count(), 0u);
     EXPECT_EQ(vorn_sim::last_refusal().operation, "");
-    vorn_sim::fail_slot(0);
+    vorn_sim::fail_slot(slot(Slot::create_vlan));
     EXPECT_FALSE(vorn_create_vlan(60));
     EXPECT_EQ(vorn_sim::refusal_count(), 1u);
-    EXPECT_EQ(vorn_sim::last_refusal().slot, 0);
+    EXPECT_EQ(vorn_sim::last_refusal().slot, slot(Slot::create_vlan));
     EXPECT_EQ(vorn_sim::last_refusal().operation, "create_vlan");
     EXPECT_EQ(vorn_sim::last_refusal().reason, "injected fault");
-    EXPECT_EQ(vorn_sim::last_reason(0), "injected fault");
+    EXPECT_EQ(vorn_sim::last_reason(slot(Slot::create_vlan)), "injected fault");
 
     // A host-side refusal is the latest one, but the SDK slot keeps its own.
     EXPECT_FALSE(vorn_sim::set_cable(Usp(1, 1, 49), false));
@@ -325,8 +325,8 @@ TEST_F(Card, RefusalsAreCountedPerOperationAndForgottenOnReset)
     EXPECT_EQ(vorn_sim::last_refusal().slot, -1);
     EXPECT_EQ(vorn_sim::last_refusal().operation, "set_cable");
     EXPECT_EQ(vorn_sim::last_refusal().reason, "unknown port 1/1/49");
-    EXPECT_EQ(vorn_sim::last_reason(0), "injected fault");
-    EXPECT_EQ(vorn_sim::last_reason(1), "");
+    EXPECT_EQ(vorn_sim::last_reason(slot(Slot::create_vlan)), "injected fault");
+    EXPECT_EQ(vorn_sim::last_reason(slot(Slot::delete_vlan)), "");
 
     vorn_sim::clear_faults();
     EXPECT_TRUE(vorn_create_vlan(60));
@@ -335,7 +335,7 @@ TEST_F(Card, RefusalsAreCountedPerOperationAndForgottenOnReset)
     vorn_sim::reset();
     EXPECT_EQ(vorn_sim::refusal_count(), 0u);
     EXPECT_EQ(vorn_sim::last_refusal().reason, "");
-    EXPECT_EQ(vorn_sim::last_reason(0), "");
+    EXPECT_EQ(vorn_sim::last_reason(slot(Slot::create_vlan)), "");
 }
 
 // Each family of refusal names the element in the user's numbering, under
@@ -361,37 +361,37 @@ TEST_F(Card, RefusalsSayWhyAndNameTheElement)
     };
     const Case cases[] = {
         {"VLAN id out of range", [] { return vorn_create_vlan(4095); },
-         0, "create_vlan", "VLAN 4095 is outside 1-4094"},
+         slot(Slot::create_vlan), "create_vlan", "VLAN 4095 is outside 1-4094"},
         {"VLAN id out of range where a VLAN must exist", [] { return vorn_set_port_pvid(port(1), 70000); },
-         80, "set_port_pvid", "VLAN 70000 is outside 1-4094"},
+         slot(Slot::set_port_pvid), "set_port_pvid", "VLAN 70000 is outside 1-4094"},
         {"duplicate", [] { return vorn_create_vlan(10); },
-         0, "create_vlan", "VLAN 10 already exists"},
+         slot(Slot::create_vlan), "create_vlan", "VLAN 10 already exists"},
         {"missing VLAN", [] { return vorn_add_ports_to_vlan(77, {port(1)}, {}); },
-         2, "add_ports_to_vlan", "VLAN 77 does not exist"},
+         slot(Slot::add_ports_to_vlan), "add_ports_to_vlan", "VLAN 77 does not exist"},
         {"value out of range", [] { return vorn_set_port_mtu(port(4), 10); },
-         34, "set_port_mtu", "MTU 10 is out of range (64-9216)"},
+         slot(Slot::set_port_mtu), "set_port_mtu", "MTU 10 is out of range (64-9216)"},
         {"port in another LAG", [] { return vorn_add_ports_to_lag(lag(2), {port(3)}); },
-         11, "add_ports_to_lag", "port 1/1/3 is already in LAG 0/1/1"},
+         slot(Slot::add_ports_to_lag), "add_ports_to_lag", "port 1/1/3 is already in LAG 0/1/1"},
         {"missing LAG", [&] { return sdk->set_lag_balancing_strategy(7, LAG_PSC_SRC_MAC); },
-         13, "set_lag_balancing_strategy", "LAG 0/1/8 does not exist"},
+         slot(Slot::set_lag_balancing_strategy), "set_lag_balancing_strategy", "LAG 0/1/8 does not exist"},
         {"unknown hardware port", [&] { return sdk->set_port_state(Mp(0, 49), true); },
-         18, "set_port_state", "unknown hardware port 0:49"},
+         slot(Slot::set_port_state), "set_port_state", "unknown hardware port 0:49"},
         {"null pointer", [] { return vorn_add_mac_to_port(port(1), nullptr, 1); },
-         53, "add_mac_to_port", "no MAC address given (null pointer)"},
+         slot(Slot::add_mac_to_port), "add_mac_to_port", "no MAC address given (null pointer)"},
         {"missing flow", [] { return vorn_delete_of_flow(12); },
-         127, "delete_of_flow", "flow 12 does not exist"},
+         slot(Slot::delete_of_flow), "delete_of_flow", "flow 12 does not exist"},
         {"missing L3 interface", [] { return vorn_add_l3_host_ip4(port(1), 0x0a000001, mac_a, 42); },
-         158, "add_l3_host_ip4", "L3 interface 42 does not exist"},
+         slot(Slot::add_l3_host_ip4), "add_l3_host_ip4", "L3 interface 42 does not exist"},
         {"entry elsewhere", [] { return vorn_delete_l3_route_by_subnet_ip4(0x0a010000, 0xffff0000, port(5)); },
-         175, "delete_l3_route_by_subnet_ip4", "route 10.1.0.0/16 leads to port 1/1/2, not port 1/1/5"},
+         slot(Slot::delete_l3_route_by_subnet_ip4), "delete_l3_route_by_subnet_ip4", "route 10.1.0.0/16 leads to port 1/1/2, not port 1/1/5"},
         {"missing IPv6 host", [&] { return sdk->delete_l3_host_by_addr_ip6(host6, Mp(0, 1), false); },
-         168, "delete_l3_host_by_addr_ip6", "host 2001:db8::1 does not exist"},
+         slot(Slot::delete_l3_host_by_addr_ip6), "delete_l3_host_by_addr_ip6", "host 2001:db8::1 does not exist"},
         {"missing protocol VLAN", [&] { return sdk->delete_port_protocol_vlan(Mp(0, 3), FRAME_TYPE_ETHERNET2, 0x0800); },
-         89, "delete_port_protocol_vlan", "port 1/1/3 has no VLAN for protocol 0x0800 in Ethernet II frames"},
+         slot(Slot::delete_port_protocol_vlan), "delete_port_protocol_vlan", "port 1/1/3 has no VLAN for protocol 0x0800 in Ethernet II frames"},
         {"mask with holes", [] { return vorn_delete_l3_route_by_subnet_ip4(0x0a010000, 0xff00ff00, port(2)); },
-         175, "delete_l3_route_by_subnet_ip4", "mask 255.0.255.0 is not contiguous"},
+         slot(Slot::delete_l3_route_by_subnet_ip4), "delete_l3_route_by_subnet_ip4", "mask 255.0.255.0 is not contiguous"},
         {"port MAC limit on a LAG, which arrives as no port", [] { return vorn_set_port_mac_limit(lag(1), 100); },
-         86, "set_system_mac_limit", "unknown hardware port 0:0"},
+         slot(Slot::set_system_mac_limit), "set_system_mac_limit", "unknown hardware port 0:0"},
         {"port mapping", [] { return vorn_set_port_pvid(Usp(1, 1, 49), 1); },
          host_side, "port mapping", "unknown port 1/1/49"},
         {"LAG interface where a port is needed", [] { return vorn_set_port_mirror(lag(1), port(1), MIRROR_TYPE_BOTH); },
@@ -434,13 +434,13 @@ TEST_F(Card, FullTablesRefuseFurtherAddsAndSayHowBigTheyAre)
     ASSERT_TRUE(vorn_add_mac_to_port(port(1), mac_a, 1));
     ASSERT_TRUE(vorn_add_mac_to_port(port(1), mac_b, 1));
     EXPECT_FALSE(vorn_add_mac_to_port(port(1), third, 1));
-    EXPECT_EQ(vorn_sim::last_reason(53), "MAC table full (2 entries)");
+    EXPECT_EQ(vorn_sim::last_reason(slot(Slot::add_mac_to_port)), "MAC table full (2 entries)");
     VornSdkBase* sdk = nullptr;
     ASSERT_TRUE(vornsdk_get_sdk_instance(sdk));
     unsigned int lag_id = 0;
     ASSERT_TRUE(sdk->create_lag(lag_id));
     EXPECT_FALSE(sdk->create_lag(lag_id));
-    EXPECT_EQ(vorn_sim::last_reason(9), "LAG table full (1 LAGs)");
+    EXPECT_EQ(vorn_sim::last_reason(slot(Slot::create_lag)), "LAG table full (1 LAGs)");
 }
 
 std::vector<unsigned char> frame_to(const unsigned char* destination)
