@@ -5,17 +5,13 @@
 #include <cstring>
 
 #include "model_impl.hh"
+#include "vorn_contract.hh"
 
 namespace vorn_sim {
 
 using vorn_format::mac_text;
 
 namespace {
-
-const unsigned int kind_port = 1;
-const unsigned int kind_lag = 2;
-const unsigned int kind_vlan = 3;
-const unsigned int kind_switch = 4;
 
 MacAddress mac_of(const unsigned char* mac)
 {
@@ -246,14 +242,14 @@ bool SwitchModel::get_fdb_aging_time(int& seconds)
 // library cannot translate arrives as.  A limit never set is 0, no limit.
 int* SwitchModel::mac_limit(const Mp& port, unsigned int kind)
 {
-    if (kind == kind_switch) return &system_mac_limit_;
+    if (kind == vorn_contract::mac_limit_switch) return &system_mac_limit_;
     switch (kind) {
-    case kind_port: return known_port(port) ? &ports_[index_of(port)].mac_limit : nullptr;
-    case kind_lag: {
+    case vorn_contract::mac_limit_port: return known_port(port) ? &ports_[index_of(port)].mac_limit : nullptr;
+    case vorn_contract::mac_limit_lag: {
         Lag* l = known_lag(port.port());
         return l ? &l->mac_limit : nullptr;
     }
-    case kind_vlan: return known_vlan(port.port()) ? &vlans_[port.port()].mac_limit : nullptr;
+    case vorn_contract::mac_limit_vlan_interface: return known_vlan(port.port()) ? &vlans_[port.port()].mac_limit : nullptr;
     default: refuse("unknown MAC limit kind ", kind, " (1 port, 2 LAG, 3 VLAN, 4 switch)"); return nullptr;
     }
 }

@@ -1,16 +1,9 @@
 // The model's flow table, packet filters, switch-wide settings, line card
 // operations and SDK trace switch.
 #include "model_impl.hh"
+#include "vorn_contract.hh"
 
 namespace vorn_sim {
-
-namespace {
-
-// Flow port numbers above 6 name front-panel ports; 0-6 are reserved
-// (0 output to the normal pipeline ... 6 the CPU) and carry no port.
-const int first_front_panel_flow_port = 7;
-
-}  // namespace
 
 Flow* SwitchModel::known_flow(unsigned int flow_id)
 {
@@ -68,7 +61,7 @@ bool SwitchModel::flow_action(bool add, unsigned int flow_id, of_action_t kind,
 {
     Flow* flow = known_flow(flow_id);
     if (!flow || !within("action kind", kind, OF_ACTION_OUTPUT, OF_ACTION_MIRROR)) return false;
-    if (kind == OF_ACTION_OUTPUT && param.word[0] >= first_front_panel_flow_port && !known_port(port))
+    if (kind == OF_ACTION_OUTPUT && param.word[0] >= vorn_contract::first_front_panel_flow_port && !known_port(port))
         return false;
     std::vector<FlowAction>& actions = flow->actions;
     for (auto it = actions.begin(); it != actions.end(); ++it)

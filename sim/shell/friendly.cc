@@ -7,6 +7,7 @@
 #include "model.hh"
 #include "port_settings.hh"
 #include "shell.hh"
+#include "vorn_contract.hh"
 #include "vorn_sim.hh"
 
 namespace vornsh {
@@ -315,14 +316,14 @@ std::vector<Form> l3_forms()
 
 // --- flow -------------------------------------------------------------------
 
-// Flow port n > 6 names physical port 1/1/(n - 7): only ports of unit 1,
-// slot 1 have a flow port number.
+// Flow port n names physical port 1/1/(n - 7) from the first front-panel
+// flow port on: only ports of unit 1, slot 1 have a flow port number.
 int flow_port(const std::string& word)
 {
     const Usp port = read_port(word);
     if (port.unit() != 1 || port.slot() != 1 || port.port() < 1 || port.port() > 0x7ffffff0u)
         throw BadWord("a port 1/1/N (flow port numbers name unit 1, slot 1 only)", word);
-    return static_cast<int>(port.port() + 7);
+    return static_cast<int>(port.port()) + vorn_contract::first_front_panel_flow_port;
 }
 
 // Adding with a priority is one command: a refused priority takes the flow
