@@ -70,24 +70,16 @@ void clear_faults() { host().faults.clear(); }
 
 void set_trace_stream(std::ostream* stream) { host().trace = stream; }
 
-bool physical_mp(const Usp& port, Mp& mp)
+ModelHooks host_hooks()
 {
-    const Config& c = host().config;
-    if (port.unit() < 1 || port.unit() > c.units || port.slot() < 1 || port.slot() > c.slots ||
-        port.port() < 1 || port.port() > c.ports_per_slot)
-        return false;
-    mp = Mp(port.unit() - 1, (port.slot() - 1) * c.ports_per_slot + port.port());
-    return true;
-}
-
-bool physical_usp(const Mp& mp, Usp& port)
-{
-    const Config& c = host().config;
-    if (mp.module() >= c.units || mp.port() < 1 || mp.port() > c.slots * c.ports_per_slot)
-        return false;
-    port = Usp(mp.module() + 1, (mp.port() - 1) / c.ports_per_slot + 1,
-               (mp.port() - 1) % c.ports_per_slot + 1);
-    return true;
+    ModelHooks hooks;
+    hooks.fault = fault_fires;
+    hooks.refusal = record_refusal;
+    hooks.trace = [](const std::string& line) {
+        if (host().trace) *host().trace << line << "\n";
+    };
+    hooks.lag_interface = [](unsigned int lag_id, Usp& lag) { return vornsdk_lag_id_to_lag_usp(lag_id, lag); };
+    return hooks;
 }
 
 namespace {
@@ -135,7 +127,7 @@ std::string not_physical(const Usp& port)
 // The hardware port of physical port `port`, or a refusal of `action`.
 bool mapped(const char* action, const Usp& port, Mp& mp)
 {
-    return physical_mp(port, mp) || refuse(action, not_physical(port));
+    return physical_mp(host().config, port, mp) || refuse(action, not_physical(port));
 }
 
 // The card's model, or a refusal of `action` while there is none.
@@ -203,7 +195,7 @@ bool vornsdk_get_sdk_instance(VornSdkBase*& sdk)
 
 bool vornsdk_create_sdk_instance()
 {
-    if (!host().model) host().model.reset(new vorn_sim::SwitchModel(host().config));
+    if (!host().model) host().model.reset(new vorn_sim::SwitchModel(host().config, vorn_sim::host_hooks()));
     return true;
 }
 
@@ -267,7 +259,7 @@ bool vorn_init_line_card(int& out)
 bool is_port_physical(const Usp& port)
 {
     Mp mp;
-    return vorn_sim::physical_mp(port, mp);
+    return vorn_sim::physical_mp(host().config, port, mp);
 }
 
 bool is_port_logical_lag(const Usp& port) { return vorn_sim::lag_interface(port); }
@@ -280,7 +272,7 @@ bool vorn_usp_to_mp(const Usp& port, Mp& mp) { return vorn_sim::mapped(vorn_sim:
 bool vorn_usp_to_mp_list(const Usp& port, std::list<Mp>& mps)
 {
     Mp mp;
-    if (vorn_sim::physical_mp(port, mp)) {
+    if (vorn_sim::physical_mp(host().config, port, mp)) {
         mps.push_back(mp);
         return true;
     }
@@ -311,7 +303,7 @@ bool vorn_usp_list_to_mp_list(const std::list<Usp>& ports, std::list<Mp>& mps)
 bool vorn_mp_to_usp(const Mp& mp, Usp& port)
 {
     if (mp == Mp(0, 0)) return port = Usp(0, 0, 0), true;
-    return vorn_sim::physical_usp(mp, port) ||
+    return vorn_sim::physical_usp(host().config, mp, port) ||
            vorn_sim::refuse(vorn_sim::port_mapping, "unknown hardware port ", vorn_format::text(mp));
 }
 

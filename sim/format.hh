@@ -71,6 +71,14 @@ std::string texts(const First& first, const Rest&... rest)
     return out;
 }
 
+// One trace line: "sdk 0 create_vlan(5) -> true".
+template <class... Args>
+std::string trace_line(int slot, const char* name, bool result, const Args&... args)
+{
+    return "sdk " + std::to_string(slot) + " " + name + "(" + texts(args...) + ") -> " +
+           (result ? "true" : "false");
+}
+
 // A MAC address as "00:1b:21:0a:0b:0c"; a 16-bit number as "0x0800".
 inline std::string mac_text(const unsigned char* mac)
 {

@@ -42,9 +42,10 @@ bool fault_fires(int slot, const Mp* port);
 // Records why the host refused `operation` (slot -1 for host-side actions).
 void record_refusal(int slot, const std::string& operation, const std::string& reason);
 
-// Port-map helpers shared by the model and the host symbols.
-bool physical_mp(const Usp& port, Mp& mp);
-bool physical_usp(const Mp& mp, Usp& port);
+// The hooks a model built by this host runs with: the faults injected
+// above, refusals recorded here, trace lines to the trace stream, LAG ids
+// named through the SDK-side LAG mapping.
+ModelHooks host_hooks();
 
 }  // namespace vorn_sim
 

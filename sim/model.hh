@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "format.hh"
+#include "model_hooks.hh"
 #include "sdk_slots.hh"
 #include "vorn_sdk.hh"
 #include "vorn_sim.hh"
@@ -145,9 +146,13 @@ struct FdbKey {
 };
 typedef std::map<FdbKey, FdbEntry> FdbTable;
 
+// The card's numbering of physical ports: u/s/p is Mp(u - 1, (s - 1) * ports + p).
+bool physical_mp(const Config& config, const Usp& port, Mp& mp);
+bool physical_usp(const Config& config, const Mp& mp, Usp& port);
+
 class SwitchModel : public VornSdkBase {
 public:
-    explicit SwitchModel(const Config& config);
+    explicit SwitchModel(const Config& config, ModelHooks hooks = ModelHooks());
 
     bool create_vlan(unsigned int vlan) override;
     bool delete_vlan(unsigned int vlan) override;
@@ -366,6 +371,10 @@ private:
     // `return refuse("VLAN ", vlan, " does not exist");`.
     template <class... Parts>
     bool refuse(const Parts&... parts);
+    void report_refusal(int slot, const std::string& operation, const std::string& reason) const
+    {
+        if (hooks_.refusal) hooks_.refusal(slot, operation, reason);
+    }
     bool plug(const Mp& port, const Usp& usp, bool plugged);
     bool take_in(const Mp& port, const Usp& usp, unsigned int vlan, const std::vector<unsigned char>& frame);
 
@@ -429,6 +438,7 @@ private:
                      const Mp& port);
 
     Config config_;
+    ModelHooks hooks_;
     std::vector<PortState> ports_;
     std::map<unsigned int, Vlan> vlans_;
     std::map<MacAddress, std::pair<unsigned int, unsigned int>> mac_vlans_;

@@ -33,9 +33,10 @@ Usp SwitchModel::usp_of(const Mp& port, bool trunk) const
 {
     Usp usp(0, 0, 0);
     if (trunk) {
-        if (!vornsdk_lag_id_to_lag_usp(port.port(), usp)) usp = Usp(0, lag_slot, port.port() + 1);
+        if (!hooks_.lag_interface || !hooks_.lag_interface(port.port(), usp))
+            usp = Usp(0, lag_slot, port.port() + 1);
     } else {
-        physical_usp(port, usp);
+        physical_usp(config_, port, usp);
     }
     return usp;
 }

@@ -2,7 +2,8 @@
 #ifndef VORN_SIM_MODEL_IMPL_HH
 #define VORN_SIM_MODEL_IMPL_HH
 
-#include "host.hh"
+#include <utility>
+
 #include "model.hh"
 
 namespace vorn_sim {
@@ -35,7 +36,7 @@ template <class... Parts>
 bool SwitchModel::refuse(const Parts&... parts)
 {
     running_.refused = true;
-    record_refusal(running_.slot, running_.name, vorn_format::phrase(parts...));
+    report_refusal(running_.slot, running_.name, vorn_format::phrase(parts...));
     return false;
 }
 
@@ -45,7 +46,7 @@ bool SwitchModel::run(int slot, const char* name, Body&& body)
     const Running outer = running_;
     running_ = Running{slot, name, false};
     const bool result = body();
-    if (!result && !running_.refused) record_refusal(slot, name, "refused");
+    if (!result && !running_.refused) report_refusal(slot, name, "refused");
     running_ = outer;
     return result;
 }
@@ -57,11 +58,9 @@ bool SwitchModel::op(Slot which, Body&& body, const Args&... args)
     const char* const name = slot_name(which);
     const Mp* port = first_port(args...);
     const bool result = run(slot, name, [&] {
-        return fault_fires(slot, port) ? refuse("injected fault") : body();
+        return hooks_.fault && hooks_.fault(slot, port) ? refuse("injected fault") : body();
     });
-    if (tracing_ && host().trace)
-        *host().trace << "sdk " << slot << " " << name << "(" << vorn_format::texts(args...)
-                      << ") -> " << (result ? "true" : "false") << "\n";
+    if (tracing_ && hooks_.trace) hooks_.trace(vorn_format::trace_line(slot, name, result, args...));
     return result;
 }
 

@@ -30,8 +30,27 @@ std::size_t Ipv6Hash::operator()(const Ipv6Key& key) const
     return hash;
 }
 
-SwitchModel::SwitchModel(const Config& config)
+bool physical_mp(const Config& c, const Usp& port, Mp& mp)
+{
+    if (port.unit() < 1 || port.unit() > c.units || port.slot() < 1 || port.slot() > c.slots ||
+        port.port() < 1 || port.port() > c.ports_per_slot)
+        return false;
+    mp = Mp(port.unit() - 1, (port.slot() - 1) * c.ports_per_slot + port.port());
+    return true;
+}
+
+bool physical_usp(const Config& c, const Mp& mp, Usp& port)
+{
+    if (mp.module() >= c.units || mp.port() < 1 || mp.port() > c.slots * c.ports_per_slot)
+        return false;
+    port = Usp(mp.module() + 1, (mp.port() - 1) / c.ports_per_slot + 1,
+               (mp.port() - 1) % c.ports_per_slot + 1);
+    return true;
+}
+
+SwitchModel::SwitchModel(const Config& config, ModelHooks hooks)
     : config_(config),
+      hooks_(std::move(hooks)),
       ports_(config.units * config.slots * config.ports_per_slot),
       routes4_(33),
       routes6_(129)
