@@ -37,7 +37,7 @@ if(VORN_XORP_STANDIN)
   # A stripping install (cpack, cmake --install --strip) also drops the debug
   # information of the static libraries.
   install(CODE "if(CMAKE_INSTALL_DO_STRIP)
-    foreach(archive libvorn_sim.a libvorn_xorp_standin.a)
+    foreach(archive libvorn_sim.a libvorn_model.a libvorn_xorp_standin.a)
       execute_process(COMMAND \"${CMAKE_STRIP}\" --strip-debug
                       \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/\${archive}\")
     endforeach()

@@ -1,6 +1,6 @@
 // The reference host's process-wide state: the card's configuration, the
 // SDK object, the SDK-side LAG mapping, injected faults, the trace stream and
-// the refusals made so far.
+// the refusals made so far; and what the host's source files share.
 #ifndef VORN_SIM_HOST_HH
 #define VORN_SIM_HOST_HH
 
@@ -46,6 +46,20 @@ void record_refusal(int slot, const std::string& operation, const std::string& r
 // above, refusals recorded here, trace lines to the trace stream, LAG ids
 // named through the SDK-side LAG mapping.
 ModelHooks host_hooks();
+
+// Records why host-side `action` refuses and returns false.
+template <class... Parts>
+bool refuse(const char* action, const Parts&... parts)
+{
+    record_refusal(-1, action, vorn_format::phrase(parts...));
+    return false;
+}
+
+// The card's model, or a refusal of `action` while there is none.
+SwitchModel* card(const char* action);
+
+// The hardware port of physical port `port`, or a refusal of `action`.
+bool mapped(const char* action, const Usp& port, Mp& mp);
 
 }  // namespace vorn_sim
 
