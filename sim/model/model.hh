@@ -18,8 +18,10 @@
 #include <unordered_map>
 #include <vector>
 
+#include "flow_table.hh"
 #include "format.hh"
 #include "model_hooks.hh"
+#include "refuser.hh"
 #include "sdk_slots.hh"
 #include "vorn_sdk.hh"
 #include "vorn_sim.hh"
@@ -97,19 +99,6 @@ struct L3Target {
     MacAddress mac{};
     unsigned int interface_id = 0;
     unsigned int vlan = 0;
-};
-
-struct FlowAction {
-    of_action_t kind;
-    of_action_param_s param;
-    Mp port;
-};
-
-struct Flow {
-    of_flow_mp_s match;
-    int priority = 0;
-    std::vector<FlowAction> actions;
-    unsigned long long packets = 0;
 };
 
 template <class Callback>
@@ -338,10 +327,10 @@ public:
     const std::unordered_map<Ipv6Key, L3Target, Ipv6Hash>& hosts6() const { return hosts6_; }
     const std::vector<std::unordered_map<unsigned int, L3Target>>& routes4() const { return routes4_; }
     const std::vector<std::unordered_map<Ipv6Key, L3Target, Ipv6Hash>>& routes6() const { return routes6_; }
-    const std::map<unsigned int, Flow>& flows() const { return flows_; }
-    const std::set<std::pair<unsigned int, unsigned int>>& arp_filters() const { return arp_filters_; }
-    const std::set<unsigned int>& ip_protocol_filters() const { return ip_protocol_filters_; }
-    const std::set<unsigned int>& l4_port_filters() const { return l4_port_filters_; }
+    const std::map<unsigned int, Flow>& flows() const { return flows_.flows(); }
+    const std::set<std::pair<unsigned int, unsigned int>>& arp_filters() const { return flows_.arp_filters(); }
+    const std::set<unsigned int>& ip_protocol_filters() const { return flows_.ip_protocol_filters(); }
+    const std::set<unsigned int>& l4_port_filters() const { return flows_.l4_port_filters(); }
     // VLAN classification (MAC, IPv4 and IPv6 subnet: VLAN and priority) and
     // the switch-wide MAC limit, for the shell's running configuration.
     const std::map<MacAddress, std::pair<unsigned int, unsigned int>>& mac_vlans() const { return mac_vlans_; }
@@ -362,28 +351,19 @@ private:
     // from the slot table.
     template <class Body, class... Args>
     bool op(vorn_meta::Slot slot, Body&& body, const Args&... args);
-    // Runs `body` as operation (slot, name): its refusals are recorded under
-    // that name, and a false that gave no reason of its own is still counted.
     // Host-side actions (a cable, a received frame) run with slot -1.
     template <class Body>
-    bool run(int slot, const char* name, Body&& body);
-    // Records why the running operation refuses and returns false:
-    // `return refuse("VLAN ", vlan, " does not exist");`.
-    template <class... Parts>
-    bool refuse(const Parts&... parts);
-    void report_refusal(int slot, const std::string& operation, const std::string& reason) const
+    bool run(int slot, const char* name, Body&& body)
     {
-        if (hooks_.refusal) hooks_.refusal(slot, operation, reason);
+        return refuser_.run(slot, name, body);
+    }
+    template <class... Parts>
+    bool refuse(const Parts&... parts)
+    {
+        return refuser_(parts...);
     }
     bool plug(const Mp& port, const Usp& usp, bool plugged);
     bool take_in(const Mp& port, const Usp& usp, unsigned int vlan, const std::vector<unsigned char>& frame);
-
-    struct Running {
-        int slot = -1;
-        const char* name = "";
-        bool refused = false;
-    };
-    Running running_;
 
     PortState* port_or_null(const Mp& port);
     unsigned int index_of(const Mp& port) const;
@@ -405,10 +385,19 @@ private:
     bool known_vlan(unsigned int vlan);             // an existing VLAN
     Lag* known_lag(unsigned int lag_id);
     bool known_target(const Mp& port, bool trunk);  // a port, or a LAG id with trunk
-    bool within(const char* what, long long value, long long low, long long high);
-    bool flags_within(const char* what, long long value, long long all);  // no bit outside `all`
-    bool given(const void* pointer, const char* what);
-    bool room(const char* table, std::size_t used, std::size_t capacity);
+    bool within(const char* what, long long value, long long low, long long high)
+    {
+        return refuser_.within(what, value, low, high);
+    }
+    bool flags_within(const char* what, long long value, long long all)
+    {
+        return refuser_.flags_within(what, value, all);
+    }
+    bool given(const void* pointer, const char* what) { return refuser_.given(pointer, what); }
+    bool room(const char* table, std::size_t used, std::size_t capacity)
+    {
+        return refuser_.room(table, used, capacity);
+    }
     bool some_data(const Packet& packet);
     template <class Callback>
     bool add_registration(std::vector<Registration<Callback>>& registrations, Callback callback,
@@ -418,12 +407,7 @@ private:
     std::size_t remove_fdb_if(bool static_too, const FdbKey* only_key,
                               bool (*match)(const FdbKey&, const FdbEntry&, const void*),
                               const void* context);
-    Flow* known_flow(unsigned int flow_id);
     bool flow_in_port(const of_flow_mp_s& flow);
-    template <class Set, class Key>
-    bool insert_filter(Set& filters, const Key& key);
-    template <class Set, class Key>
-    bool erase_filter(Set& filters, const Key& key);
     const L3Interface* known_interface(unsigned int interface_id);
     std::string target_name(const Mp& port, bool trunk) const;  // "port 1/1/3", "LAG 0/1/2"
     template <class Table, class Key>
@@ -439,6 +423,7 @@ private:
 
     Config config_;
     ModelHooks hooks_;
+    Refuser refuser_;
     std::vector<PortState> ports_;
     std::map<unsigned int, Vlan> vlans_;
     std::map<MacAddress, std::pair<unsigned int, unsigned int>> mac_vlans_;
@@ -457,12 +442,9 @@ private:
     std::vector<std::unordered_map<Ipv6Key, L3Target, Ipv6Hash>> routes6_;
     std::size_t route4_count_ = 0;
     std::size_t route6_count_ = 0;
-    std::map<unsigned int, Flow> flows_;
+    FlowTable flows_;
     unsigned int forward_mode_ = 0;
     bool unknown_unicast_to_cpu_ = false;
-    std::set<std::pair<unsigned int, unsigned int>> arp_filters_;
-    std::set<unsigned int> ip_protocol_filters_;
-    std::set<unsigned int> l4_port_filters_;
     std::vector<Registration<void (*)(L2Addr*, int, void*)>> mac_callbacks_;
     std::vector<Registration<void (*)(ctype_l2_addr_s*, int, void*)>> mac_callbacks_c_;
     std::vector<Registration<void (*)(LinkStatus*, Usp*)>> link_callbacks_;

@@ -32,25 +32,6 @@ bool SwitchModel::on_port(const Mp& port, Change&& change)
     return known_port(port) && change(ports_[index_of(port)]);
 }
 
-template <class... Parts>
-bool SwitchModel::refuse(const Parts&... parts)
-{
-    running_.refused = true;
-    report_refusal(running_.slot, running_.name, vorn_format::phrase(parts...));
-    return false;
-}
-
-template <class Body>
-bool SwitchModel::run(int slot, const char* name, Body&& body)
-{
-    const Running outer = running_;
-    running_ = Running{slot, name, false};
-    const bool result = body();
-    if (!result && !running_.refused) report_refusal(slot, name, "refused");
-    running_ = outer;
-    return result;
-}
-
 template <class Body, class... Args>
 bool SwitchModel::op(Slot which, Body&& body, const Args&... args)
 {

@@ -51,9 +51,11 @@ bool physical_usp(const Config& c, const Mp& mp, Usp& port)
 SwitchModel::SwitchModel(const Config& config, ModelHooks hooks)
     : config_(config),
       hooks_(std::move(hooks)),
+      refuser_(hooks_.refusal),
       ports_(config.units * config.slots * config.ports_per_slot),
       routes4_(33),
-      routes6_(129)
+      routes6_(129),
+      flows_(config.flows, config.filters)
 {
     for (PortState& port : ports_) port.advertised = all_abilities;
     vlans_[1];  // the default VLAN
@@ -118,26 +120,6 @@ bool SwitchModel::known_target(const Mp& port, bool trunk)
     return trunk ? known_lag(port.port()) != nullptr : known_port(port);
 }
 
-bool SwitchModel::within(const char* what, long long value, long long low, long long high)
-{
-    return (value >= low && value <= high) ||
-           refuse(what, " ", value, " is out of range (", low, "-", high, ")");
-}
-
-bool SwitchModel::flags_within(const char* what, long long value, long long all)
-{
-    return (value & ~all) == 0 || refuse(what, " ", value, " has bits outside ", all);
-}
-
-bool SwitchModel::given(const void* pointer, const char* what)
-{
-    return pointer || refuse("no ", what, " given (null pointer)");
-}
-
-bool SwitchModel::room(const char* table, std::size_t used, std::size_t capacity)
-{
-    return used < capacity || refuse(table, " full (", capacity, " entries)");
-}
 
 // --- Physical settings.
 bool SwitchModel::set_port_state(const Mp& p, bool enabled)
