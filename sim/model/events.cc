@@ -1,5 +1,6 @@
-// The model's event callbacks and CPU packets: registrations of both
-// bindings, link changes, received frames and frames sent from the CPU.
+// The model's event and CPU-packet operations over its EventRegistry: the
+// registrations of both bindings, frames sent from the CPU, and the host
+// side's cables and received frames.
 #include <algorithm>
 
 #include "model_impl.hh"
@@ -7,30 +8,6 @@
 namespace vorn_sim {
 
 namespace {
-
-// One registration per (callback, user data) and kind.
-template <class Callback>
-bool registered(const std::vector<Registration<Callback>>& registrations, Callback callback,
-                void* user_data)
-{
-    for (const auto& r : registrations)
-        if (r.callback == callback && r.user_data == user_data) return true;
-    return false;
-}
-
-template <class Callback>
-bool remove_registration(std::vector<Registration<Callback>>& registrations, void* callback,
-                         void* user_data)
-{
-    auto it = std::find_if(registrations.begin(), registrations.end(), [&](const Registration<Callback>& r) {
-        return reinterpret_cast<void*>(r.callback) == callback && r.user_data == user_data;
-    });
-    if (it == registrations.end()) return false;
-    registrations.erase(it);
-    return true;
-}
-
-usp_s c_usp(const Usp& usp) { return usp_s{usp.unit(), usp.slot(), usp.port()}; }
 
 bool contains(const std::vector<Mp>& ports, const Mp& port)
 {
@@ -53,17 +30,6 @@ stat_type_t destination_counter(const std::vector<unsigned char>& frame)
 
 }  // namespace
 
-template <class Callback>
-bool SwitchModel::add_registration(std::vector<Registration<Callback>>& registrations, Callback callback,
-                                   void* user_data)
-{
-    if (!callback) return refuse("no callback given (null pointer)");
-    if (registered(registrations, callback, user_data))
-        return refuse("callback already registered with this user data");
-    registrations.push_back(Registration<Callback>{callback, user_data});
-    return true;
-}
-
 bool SwitchModel::some_data(const Packet& packet)
 {
     return packet.length() != 0 || refuse("empty packet");
@@ -72,63 +38,46 @@ bool SwitchModel::some_data(const Packet& packet)
 bool SwitchModel::register_mac_update_callback(void (*callback)(L2Addr*, int, void*), void* user_data)
 {
     return op(Slot::register_mac_update_callback,
-              [&] { return add_registration(mac_callbacks_, callback, user_data); }, callback, user_data);
+              [&] { return events_.add(refuser_, callback, user_data); }, callback, user_data);
 }
 
 bool SwitchModel::register_mac_update_callback_c(void (*callback)(ctype_l2_addr_s*, int, void*),
                                                  void* user_data)
 {
     return op(Slot::register_mac_update_callback_c,
-              [&] { return add_registration(mac_callbacks_c_, callback, user_data); }, callback, user_data);
+              [&] { return events_.add(refuser_, callback, user_data); }, callback, user_data);
 }
 
 bool SwitchModel::register_link_change_callback(void (*callback)(LinkStatus*, Usp*), void* user_data)
 {
     return op(Slot::register_link_change_callback,
-              [&] { return add_registration(link_callbacks_, callback, user_data); }, callback, user_data);
+              [&] { return events_.add(refuser_, callback, user_data); }, callback, user_data);
 }
 
 bool SwitchModel::register_link_change_callback_c(void (*callback)(ctype_link_status_s*, usp_s*),
                                                   void* user_data)
 {
     return op(Slot::register_link_change_callback_c,
-              [&] { return add_registration(link_callbacks_c_, callback, user_data); }, callback, user_data);
+              [&] { return events_.add(refuser_, callback, user_data); }, callback, user_data);
 }
 
 bool SwitchModel::register_rx_packet_callback(void (*callback)(RxPacket*, void*), void* user_data)
 {
     return op(Slot::register_rx_packet_callback,
-              [&] { return add_registration(rx_callbacks_, callback, user_data); }, callback, user_data);
+              [&] { return events_.add(refuser_, callback, user_data); }, callback, user_data);
 }
 
 bool SwitchModel::register_rx_packet_callback_c(void (*callback)(ctype_rx_packet_s*, void*),
                                                 void* user_data)
 {
     return op(Slot::register_rx_packet_callback_c,
-              [&] { return add_registration(rx_callbacks_c_, callback, user_data); }, callback, user_data);
+              [&] { return events_.add(refuser_, callback, user_data); }, callback, user_data);
 }
 
-// Either binding's registration of the kind is removed.
 bool SwitchModel::deregister_event_callback(lcmgr_report_event_t event, void* callback, void* user_data)
 {
-    return op(Slot::deregister_event_callback, [&] {
-        switch (event) {
-        case LCMGR_EVENT_RX_PACKET:
-            return remove_registration(rx_callbacks_, callback, user_data) ||
-                   remove_registration(rx_callbacks_c_, callback, user_data) ||
-                   refuse("no such rx-packet callback registered");
-        case LCMGR_EVENT_LINK_CHANGE:
-            return remove_registration(link_callbacks_, callback, user_data) ||
-                   remove_registration(link_callbacks_c_, callback, user_data) ||
-                   refuse("no such link-change callback registered");
-        case LCMGR_EVENT_MAC_UPDATE:
-            return remove_registration(mac_callbacks_, callback, user_data) ||
-                   remove_registration(mac_callbacks_c_, callback, user_data) ||
-                   refuse("no such MAC-update callback registered");
-        default:
-            return refuse("unknown event kind ", event);
-        }
-    }, event, callback, user_data);
+    return op(Slot::deregister_event_callback,
+              [&] { return events_.remove(refuser_, event, callback, user_data); }, event, callback, user_data);
 }
 
 // --- CPU packets.
@@ -136,8 +85,8 @@ bool SwitchModel::send_packet_by_port(std::list<Mp>& tagged, std::list<Mp>& unta
 {
     return op(Slot::send_packet_by_port, [&] {
         if (!known_ports(tagged) || !known_ports(untagged) || !some_data(packet)) return false;
-        sent_.push_back(SentPacket{std::vector<Mp>(tagged.begin(), tagged.end()),
-                                   std::vector<Mp>(untagged.begin(), untagged.end()), packet.data()});
+        events_.record_sent(SentPacket{std::vector<Mp>(tagged.begin(), tagged.end()),
+                                       std::vector<Mp>(untagged.begin(), untagged.end()), packet.data()});
         for (const auto* list : {&tagged, &untagged})
             for (const Mp& port : *list) {
                 PortState& state = ports_[index_of(port)];
@@ -154,7 +103,7 @@ bool SwitchModel::send_packet_from_cpu(const Packet& packet)
 {
     return op(Slot::send_packet_from_cpu, [&] {
         if (!some_data(packet)) return false;
-        sent_.push_back(SentPacket{{}, {}, packet.data()});
+        events_.record_sent(SentPacket{{}, {}, packet.data()});
         return true;
     }, packet);
 }
@@ -172,14 +121,7 @@ bool SwitchModel::plug(const Mp& port, const Usp& usp, bool plugged)
     const phy_state_t link = plugged ? PHY_STATE_UP : PHY_STATE_DOWN;
     if (state->link == link) return true;
     state->link = link;
-    LinkStatus status{link, state->speed, state->duplex};
-    ctype_link_status_s c_status{link, state->speed, state->duplex};
-    Usp where = usp;
-    usp_s c_where = c_usp(usp);
-    for (const auto& r : std::vector<Registration<void (*)(LinkStatus*, Usp*)>>(link_callbacks_))
-        r.callback(&status, &where);
-    for (const auto& r : std::vector<Registration<void (*)(ctype_link_status_s*, usp_s*)>>(link_callbacks_c_))
-        r.callback(&c_status, &c_where);
+    events_.link_changed(LinkStatus{link, state->speed, state->duplex}, usp);
     return true;
 }
 
@@ -220,12 +162,7 @@ bool SwitchModel::take_in(const Mp& port, const Usp& usp, unsigned int vlan,
         if (state->stats_enabled) ++state->counters[STAT_IF_IN_DISCARDS];
         return true;
     }
-    RxPacket packet{usp, vlan, static_cast<unsigned int>(frame.size()), frame.data()};
-    ctype_rx_packet_s c_packet{c_usp(usp), vlan, static_cast<unsigned int>(frame.size()), frame.data()};
-    for (const auto& r : std::vector<Registration<void (*)(RxPacket*, void*)>>(rx_callbacks_))
-        r.callback(&packet, r.user_data);
-    for (const auto& r : std::vector<Registration<void (*)(ctype_rx_packet_s*, void*)>>(rx_callbacks_c_))
-        r.callback(&c_packet, r.user_data);
+    events_.received(usp, vlan, frame);
     return true;
 }
 

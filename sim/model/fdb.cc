@@ -48,15 +48,7 @@ void SwitchModel::notify_mac(const FdbKey& key, const FdbEntry& entry, int what)
     address.flags = static_cast<unsigned short>((entry.is_static ? 1 : 0) | (entry.trunk ? 2 : 0));
     address.vlan = key.vlan;
     address.port = usp_of(entry.port, entry.trunk);
-    ctype_l2_addr_s c_address;
-    std::memcpy(c_address.mac, address.mac, 6);
-    c_address.flags = address.flags;
-    c_address.vlan = address.vlan;
-    c_address.port = usp_s{address.port.unit(), address.port.slot(), address.port.port()};
-    for (const auto& r : std::vector<Registration<void (*)(L2Addr*, int, void*)>>(mac_callbacks_))
-        r.callback(&address, what, r.user_data);
-    for (const auto& r : std::vector<Registration<void (*)(ctype_l2_addr_s*, int, void*)>>(mac_callbacks_c_))
-        r.callback(&c_address, what, r.user_data);
+    events_.mac_changed(address, what);
 }
 
 bool SwitchModel::add_static_mac(const unsigned char* mac, unsigned int vlan, const Mp& port,

@@ -18,6 +18,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "event_registry.hh"
 #include "flow_table.hh"
 #include "format.hh"
 #include "model_hooks.hh"
@@ -99,12 +100,6 @@ struct L3Target {
     MacAddress mac{};
     unsigned int interface_id = 0;
     unsigned int vlan = 0;
-};
-
-template <class Callback>
-struct Registration {
-    Callback callback;
-    void* user_data;
 };
 
 struct Ipv6Key {
@@ -316,7 +311,7 @@ public:
     void advance_clock(unsigned int seconds);
     bool lookup_route_ip4(unsigned int address, RouteMatch& match) const;
     bool lookup_route_ip6(const unsigned char* address, RouteMatch& match) const;
-    const std::vector<SentPacket>& sent() const { return sent_; }
+    const std::vector<SentPacket>& sent() const { return events_.sent(); }
 
     // Read-only views of the tables, for the shell's show commands.
     const std::map<unsigned int, Lag>& lags() const { return lags_; }
@@ -399,9 +394,6 @@ private:
         return refuser_.room(table, used, capacity);
     }
     bool some_data(const Packet& packet);
-    template <class Callback>
-    bool add_registration(std::vector<Registration<Callback>>& registrations, Callback callback,
-                          void* user_data);
     void notify_mac(const FdbKey& key, const FdbEntry& entry, int what);
     bool learn(const MacAddress& mac, unsigned int vlan, const Mp& port, bool trunk);
     std::size_t remove_fdb_if(bool static_too, const FdbKey* only_key,
@@ -445,13 +437,7 @@ private:
     FlowTable flows_;
     unsigned int forward_mode_ = 0;
     bool unknown_unicast_to_cpu_ = false;
-    std::vector<Registration<void (*)(L2Addr*, int, void*)>> mac_callbacks_;
-    std::vector<Registration<void (*)(ctype_l2_addr_s*, int, void*)>> mac_callbacks_c_;
-    std::vector<Registration<void (*)(LinkStatus*, Usp*)>> link_callbacks_;
-    std::vector<Registration<void (*)(ctype_link_status_s*, usp_s*)>> link_callbacks_c_;
-    std::vector<Registration<void (*)(RxPacket*, void*)>> rx_callbacks_;
-    std::vector<Registration<void (*)(ctype_rx_packet_s*, void*)>> rx_callbacks_c_;
-    std::vector<SentPacket> sent_;
+    EventRegistry events_;
     bool tracing_ = false;
 };
 
