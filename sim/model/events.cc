@@ -155,7 +155,7 @@ bool SwitchModel::take_in(const Mp& port, const Usp& usp, unsigned int vlan,
     std::copy(frame.begin() + 6, frame.begin() + 12, source.begin());
     if (member && state->l2 && state->stp >= STP_STATE_LEARNING && !(source[0] & 1)) {
         unsigned int lag_id = 0;
-        if (lag_of_member(port, lag_id)) learn(source, vlan, Mp(0, lag_id), true);
+        if (lags_.lag_of_member(port, lag_id)) learn(source, vlan, Mp(0, lag_id), true);
         else learn(source, vlan, port, false);
     }
     if (!(member && state->stp == STP_STATE_FORWARDING) && !bpdu(frame)) {

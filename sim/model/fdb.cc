@@ -2,7 +2,6 @@
 // host's clock, flushes, and MAC-update events.
 #include <algorithm>
 #include <climits>
-#include <cstring>
 
 #include "model_impl.hh"
 #include "vorn_contract.hh"
@@ -28,18 +27,6 @@ bool vlan_bit(const unsigned char* bitmap, unsigned int vlan)
 bool unicast(const unsigned char* mac) { return (mac[0] & 1) == 0; }
 
 }  // namespace
-
-Usp SwitchModel::usp_of(const Mp& port, bool trunk) const
-{
-    Usp usp(0, 0, 0);
-    if (trunk) {
-        if (!hooks_.lag_interface || !hooks_.lag_interface(port.port(), usp))
-            usp = Usp(0, lag_slot, port.port() + 1);
-    } else {
-        physical_usp(config_, port, usp);
-    }
-    return usp;
-}
 
 void SwitchModel::notify_mac(const FdbKey& key, const FdbEntry& entry, int what)
 {
@@ -238,10 +225,7 @@ int* SwitchModel::mac_limit(const Mp& port, unsigned int kind)
     if (kind == vorn_contract::mac_limit_switch) return &system_mac_limit_;
     switch (kind) {
     case vorn_contract::mac_limit_port: return known_port(port) ? &ports_[index_of(port)].mac_limit : nullptr;
-    case vorn_contract::mac_limit_lag: {
-        Lag* l = known_lag(port.port());
-        return l ? &l->mac_limit : nullptr;
-    }
+    case vorn_contract::mac_limit_lag: return lags_.mac_limit(refuser_, names_, port.port());
     case vorn_contract::mac_limit_vlan_interface: return known_vlan(port.port()) ? &vlans_[port.port()].mac_limit : nullptr;
     default: refuse("unknown MAC limit kind ", kind, " (1 port, 2 LAG, 3 VLAN, 4 switch)"); return nullptr;
     }
@@ -305,8 +289,8 @@ bool SwitchModel::learn(const MacAddress& mac, unsigned int vlan, const Mp& port
         in_vlan += entry.first.vlan == vlan;
         on_port += entry.second.port == port && entry.second.trunk == trunk;
     }
-    const int port_limit = trunk ? (lag(port.port()) ? lag(port.port())->mac_limit : 0)
-                                 : (state ? state->mac_limit : 0);
+    const Lag* lag = trunk ? lags_.find(port.port()) : nullptr;
+    const int port_limit = trunk ? (lag ? lag->mac_limit : 0) : (state ? state->mac_limit : 0);
     auto over = [](int limit, std::size_t count) { return limit > 0 && count >= std::size_t(limit); };
     if (over(port_limit, on_port) || over(vlans_[vlan].mac_limit, in_vlan) ||
         over(system_mac_limit_, learned) || fdb_.size() >= config_.mac_entries)

@@ -128,11 +128,6 @@ const L3Interface* SwitchModel::known_interface(unsigned int interface_id)
     return nullptr;
 }
 
-std::string SwitchModel::target_name(const Mp& port, bool trunk) const
-{
-    return trunk ? vorn_format::phrase("LAG ", lag_name(port.port())) : "port " + port_name(port);
-}
-
 // A host or route looked up by address and by where it leads: null after
 // refusing one that is missing or leads elsewhere.
 template <class Table, class Key>
@@ -143,7 +138,7 @@ const L3Target* SwitchModel::entry_at(const Table& table, const Key& key, const 
     if (found == table.end()) return refuse(name, " does not exist"), nullptr;
     const L3Target& entry = found->second;
     if (!same_port(entry, port, trunk))
-        return refuse(name, " leads to ", target_name(entry.port, entry.trunk), ", not ", target_name(port, trunk)),
+        return refuse(name, " leads to ", names_.target(entry.port, entry.trunk), ", not ", names_.target(port, trunk)),
                nullptr;
     return &entry;
 }

@@ -21,6 +21,7 @@
 #include "event_registry.hh"
 #include "flow_table.hh"
 #include "format.hh"
+#include "lag_table.hh"
 #include "model_hooks.hh"
 #include "refuser.hh"
 #include "sdk_slots.hh"
@@ -76,12 +77,6 @@ struct Vlan {
     int mac_limit = 0;
 };
 
-struct Lag {
-    std::vector<Mp> members;
-    lag_psc_t psc = LAG_PSC_SRC_DST_MAC;
-    int mac_limit = 0;
-};
-
 struct FdbEntry {
     Mp port;              // Mp(0, 0) for the CPU (system entries)
     bool trunk = false;   // port carries a LAG id
@@ -129,10 +124,6 @@ struct FdbKey {
     std::uint64_t mac48 = 0;
 };
 typedef std::map<FdbKey, FdbEntry> FdbTable;
-
-// The card's numbering of physical ports: u/s/p is Mp(u - 1, (s - 1) * ports + p).
-bool physical_mp(const Config& config, const Usp& port, Mp& mp);
-bool physical_usp(const Config& config, const Mp& mp, Usp& port);
 
 class SwitchModel : public VornSdkBase {
 public:
@@ -314,7 +305,7 @@ public:
     const std::vector<SentPacket>& sent() const { return events_.sent(); }
 
     // Read-only views of the tables, for the shell's show commands.
-    const std::map<unsigned int, Lag>& lags() const { return lags_; }
+    const std::map<unsigned int, Lag>& lags() const { return lags_.lags(); }
     const FdbTable& fdb() const { return fdb_; }
     int aging_seconds() const { return aging_seconds_; }
     const std::map<unsigned int, L3Interface>& l3_interfaces() const { return l3_interfaces_; }
@@ -338,7 +329,7 @@ public:
         return ipv6_subnet_vlans_;
     }
     int system_mac_limit() const { return system_mac_limit_; }
-    Usp usp_of(const Mp& port, bool trunk) const;
+    Usp usp_of(const Mp& port, bool trunk) const { return names_.usp_of(port, trunk); }
 
 private:
     // Every operation runs through here: injected faults, then the body, then
@@ -362,13 +353,6 @@ private:
 
     PortState* port_or_null(const Mp& port);
     unsigned int index_of(const Mp& port) const;
-    Lag* lag(unsigned int lag_id);
-    bool lag_of_member(const Mp& port, unsigned int& lag_id) const;
-
-    // Names in the user's numbering: "1/1/3" (a port that is not one of the
-    // card's reads "hardware port 0:49"), "0/1/2" for LAG id 1.
-    std::string port_name(const Mp& port) const;
-    Usp lag_name(unsigned int lag_id) const { return usp_of(Mp(0, lag_id), true); }
 
     // Checks of an operation's input: each one that fails refuses with a
     // reason naming what was wrong.
@@ -378,7 +362,6 @@ private:
     bool on_port(const Mp& port, Change&& change);  // known_port, then change(state)
     bool vlan_id(unsigned int vlan);                // 1-4094
     bool known_vlan(unsigned int vlan);             // an existing VLAN
-    Lag* known_lag(unsigned int lag_id);
     bool known_target(const Mp& port, bool trunk);  // a port, or a LAG id with trunk
     bool within(const char* what, long long value, long long low, long long high)
     {
@@ -401,7 +384,6 @@ private:
                               const void* context);
     bool flow_in_port(const of_flow_mp_s& flow);
     const L3Interface* known_interface(unsigned int interface_id);
-    std::string target_name(const Mp& port, bool trunk) const;  // "port 1/1/3", "LAG 0/1/2"
     template <class Table, class Key>
     const L3Target* entry_at(const Table& table, const Key& key, const std::string& name, const Mp& port,
                              bool trunk);
@@ -416,12 +398,13 @@ private:
     Config config_;
     ModelHooks hooks_;
     Refuser refuser_;
+    Names names_;
     std::vector<PortState> ports_;
     std::map<unsigned int, Vlan> vlans_;
     std::map<MacAddress, std::pair<unsigned int, unsigned int>> mac_vlans_;
     std::map<std::pair<unsigned int, unsigned int>, std::pair<unsigned int, unsigned int>> ipv4_subnet_vlans_;
     std::map<std::pair<Ipv6Address, unsigned int>, std::pair<unsigned int, unsigned int>> ipv6_subnet_vlans_;
-    std::map<unsigned int, Lag> lags_;
+    LagTable lags_;
     FdbTable fdb_;
     int aging_seconds_ = 300;
     int system_mac_limit_ = 0;

@@ -85,7 +85,7 @@ bool SwitchModel::delete_port_protocol_vlan(const Mp& p, frame_type_t frame, uns
     return op(Slot::delete_port_protocol_vlan, [&] {
         return on_port(p, [&](PortState& s) {
             return s.protocol_vlans.erase(std::make_pair(static_cast<int>(frame), protocol)) == 1 ||
-                   refuse("port ", port_name(p), " has no VLAN for protocol ", vorn_format::hex16(protocol),
+                   refuse("port ", names_.port(p), " has no VLAN for protocol ", vorn_format::hex16(protocol),
                           " in ", frame_type_name(frame), " frames");
         });
     }, p, frame, protocol);

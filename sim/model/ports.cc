@@ -30,29 +30,13 @@ std::size_t Ipv6Hash::operator()(const Ipv6Key& key) const
     return hash;
 }
 
-bool physical_mp(const Config& c, const Usp& port, Mp& mp)
-{
-    if (port.unit() < 1 || port.unit() > c.units || port.slot() < 1 || port.slot() > c.slots ||
-        port.port() < 1 || port.port() > c.ports_per_slot)
-        return false;
-    mp = Mp(port.unit() - 1, (port.slot() - 1) * c.ports_per_slot + port.port());
-    return true;
-}
-
-bool physical_usp(const Config& c, const Mp& mp, Usp& port)
-{
-    if (mp.module() >= c.units || mp.port() < 1 || mp.port() > c.slots * c.ports_per_slot)
-        return false;
-    port = Usp(mp.module() + 1, (mp.port() - 1) / c.ports_per_slot + 1,
-               (mp.port() - 1) % c.ports_per_slot + 1);
-    return true;
-}
-
 SwitchModel::SwitchModel(const Config& config, ModelHooks hooks)
     : config_(config),
       hooks_(std::move(hooks)),
       refuser_(hooks_.refusal),
+      names_(config, hooks_.lag_interface),
       ports_(config.units * config.slots * config.ports_per_slot),
+      lags_(config.max_lags, config.max_lag_members),
       routes4_(33),
       routes6_(129),
       flows_(config.flows, config.filters)
@@ -79,16 +63,10 @@ PortState* SwitchModel::port_or_null(const Mp& port)
 
 PortState* SwitchModel::port_state(const Mp& port) { return port_or_null(port); }
 
-std::string SwitchModel::port_name(const Mp& port) const
-{
-    if (!physical(port)) return "hardware port " + vorn_format::text(port);
-    return vorn_format::text(usp_of(port, false));
-}
-
 // --- Checks that refuse with a reason.
 bool SwitchModel::known_port(const Mp& port)
 {
-    return physical(port) || refuse("unknown ", port_name(port));
+    return physical(port) || refuse("unknown ", names_.port(port));
 }
 
 bool SwitchModel::known_ports(const std::list<Mp>& ports)
@@ -108,16 +86,9 @@ bool SwitchModel::known_vlan(unsigned int vlan)
     return vlan_id(vlan) && (vlan_exists(vlan) || refuse("VLAN ", vlan, " does not exist"));
 }
 
-Lag* SwitchModel::known_lag(unsigned int lag_id)
-{
-    Lag* found = lag(lag_id);
-    if (!found) refuse("LAG ", lag_name(lag_id), " does not exist");
-    return found;
-}
-
 bool SwitchModel::known_target(const Mp& port, bool trunk)
 {
-    return trunk ? known_lag(port.port()) != nullptr : known_port(port);
+    return trunk ? lags_.known(refuser_, names_, port.port()) : known_port(port);
 }
 
 
@@ -301,7 +272,7 @@ bool SwitchModel::set_port_mirror(const Mp& target, const Mp& source, mirror_typ
         if (!known_port(source) || !known_port(target) ||
             !within("mirror type", type, MIRROR_TYPE_NONE, MIRROR_TYPE_BOTH))
             return false;
-        if (target == source) return refuse("port ", port_name(source), " cannot mirror to itself");
+        if (target == source) return refuse("port ", names_.port(source), " cannot mirror to itself");
         PortState* s = port_or_null(source);
         s->mirrored = type != MIRROR_TYPE_NONE;
         s->mirror_target = target;

@@ -1,5 +1,5 @@
 // The model's VLAN table (two member lists: tagged, untagged), VLAN
-// classification rules and LAG table.
+// classification rules, and the LAG operations over its LagTable.
 #include <algorithm>
 
 #include "model_impl.hh"
@@ -16,15 +16,6 @@ void remove_port(std::vector<Mp>& ports, const Mp& port)
 bool contains(const std::vector<Mp>& ports, const Mp& port)
 {
     return std::find(ports.begin(), ports.end(), port) != ports.end();
-}
-
-// How many different ports the list names.
-std::size_t distinct(const std::list<Mp>& ports)
-{
-    std::vector<Mp> seen;
-    for (const Mp& port : ports)
-        if (!contains(seen, port)) seen.push_back(port);
-    return seen.size();
 }
 
 }  // namespace
@@ -128,92 +119,42 @@ bool SwitchModel::set_ipv6_subnet_vlan(const unsigned char* address, unsigned in
 }
 
 // --- LAGs.
-Lag* SwitchModel::lag(unsigned int lag_id)
-{
-    auto found = lags_.find(lag_id);
-    return found == lags_.end() ? nullptr : &found->second;
-}
-
-bool SwitchModel::lag_of_member(const Mp& port, unsigned int& lag_id) const
-{
-    for (const auto& entry : lags_)
-        if (contains(entry.second.members, port)) {
-            lag_id = entry.first;
-            return true;
-        }
-    return false;
-}
-
-// Ids are handed out lowest free first, from 0.
 bool SwitchModel::create_lag(unsigned int& lag_id)
 {
-    return op(Slot::create_lag, [&] {
-        for (unsigned int id = 0; id < config_.max_lags; ++id)
-            if (!lags_.count(id)) {
-                lags_[id];
-                lag_id = id;
-                return true;
-            }
-        return refuse("LAG table full (", config_.max_lags, " LAGs)");
-    });
+    return op(Slot::create_lag, [&] { return lags_.create(refuser_, lag_id); });
 }
 
 bool SwitchModel::delete_lag(unsigned int lag_id)
 {
-    return op(Slot::delete_lag, [&] { return known_lag(lag_id) && lags_.erase(lag_id) == 1; }, lag_id);
+    return op(Slot::delete_lag, [&] { return lags_.remove(refuser_, names_, lag_id); }, lag_id);
 }
 
-// The list is the LAG's complete new member set.  A port may belong to one
-// LAG only.
 bool SwitchModel::add_ports_to_lag(unsigned int lag_id, std::list<Mp>& ports)
 {
     return op(Slot::add_ports_to_lag, [&] {
-        Lag* l = known_lag(lag_id);
-        if (!l || !known_ports(ports)) return false;
-        for (const Mp& port : ports) {
-            unsigned int other = 0;
-            if (lag_of_member(port, other) && other != lag_id)
-                return refuse("port ", port_name(port), " is already in LAG ", lag_name(other));
-        }
-        const std::size_t members = distinct(ports);
-        if (members > config_.max_lag_members)
-            return refuse("LAG ", lag_name(lag_id), " cannot take ", members, " members (at most ",
-                          config_.max_lag_members, ")");
-        l->members.clear();
-        for (const Mp& port : ports)
-            if (!contains(l->members, port)) l->members.push_back(port);
-        return true;
+        return lags_.known(refuser_, names_, lag_id) && known_ports(ports) &&
+               lags_.set_members(refuser_, names_, lag_id, ports);
     }, lag_id, ports);
 }
 
 bool SwitchModel::delete_ports_from_lag(unsigned int lag_id, std::list<Mp>& ports)
 {
     return op(Slot::delete_ports_from_lag, [&] {
-        Lag* l = known_lag(lag_id);
-        if (!l || !known_ports(ports)) return false;
-        for (const Mp& port : ports) remove_port(l->members, port);
-        return true;
+        return lags_.known(refuser_, names_, lag_id) && known_ports(ports) &&
+               (lags_.remove_members(lag_id, ports), true);
     }, lag_id, ports);
 }
 
 bool SwitchModel::set_lag_balancing_strategy(unsigned int lag_id, lag_psc_t psc)
 {
-    return op(Slot::set_lag_balancing_strategy, [&] {
-        Lag* l = known_lag(lag_id);
-        if (!l || !within("balancing strategy", psc, LAG_PSC_SRC_MAC, LAG_PSC_SRC_DST_IP)) return false;
-        l->psc = psc;
-        return true;
-    }, lag_id, psc);
+    return op(Slot::set_lag_balancing_strategy, [&] { return lags_.set_balancing(refuser_, names_, lag_id, psc); },
+              lag_id, psc);
 }
 
 bool SwitchModel::get_lag_balancing_strategy(unsigned int lag_id, lag_psc_t& psc)
 {
-    return op(Slot::get_lag_balancing_strategy, [&] {
-        Lag* l = known_lag(lag_id);
-        if (!l) return false;
-        psc = l->psc;
-        return true;
-    }, lag_id);
+    return op(Slot::get_lag_balancing_strategy, [&] { return lags_.balancing(refuser_, names_, lag_id, psc); },
+              lag_id);
 }
 
 }  // namespace vorn_sim
