@@ -31,11 +31,11 @@ void unused(const T&...)
 // Every slot answers true, generated from the slot table.
 class AnswerTrue : public VornSdkBase {
 public:
-#define VORN_SDK_SLOT(slot, name, params, args) \
-    bool name params override                   \
-    {                                           \
-        unused args;                            \
-        return true;                            \
+#define VORN_SDK_SLOT(slot, name, params, args, kinds) \
+    bool name params override                          \
+    {                                                  \
+        unused args;                                   \
+        return true;                                   \
     }
 #include "sdk_slots.def"
 #undef VORN_SDK_SLOT

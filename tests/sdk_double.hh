@@ -21,7 +21,7 @@ void log_event(const std::string& entry);
 
 class SdkMock {
 public:
-#define VORN_SDK_SLOT(slot, name, params, args) MOCK_METHOD(bool, name, params);
+#define VORN_SDK_SLOT(slot, name, params, args, kinds) MOCK_METHOD(bool, name, params);
 #include "sdk_slots.def"
 #undef VORN_SDK_SLOT
 };
@@ -30,11 +30,11 @@ class SdkDouble : public VornSdkBase {
 public:
     testing::NiceMock<SdkMock> mock;
 
-#define VORN_SDK_SLOT(slot, name, params, args)        \
-    bool name params override                          \
-    {                                                  \
+#define VORN_SDK_SLOT(slot, name, params, args, kinds)     \
+    bool name params override                              \
+    {                                                      \
         log_event("sdk." #name "(" + describe args + ")"); \
-        return mock.name args;                         \
+        return mock.name args;                             \
     }
 #include "sdk_slots.def"
 #undef VORN_SDK_SLOT

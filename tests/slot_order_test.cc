@@ -36,7 +36,7 @@ struct Slot {
 };
 
 const std::vector<Slot> slots = {
-#define VORN_SDK_SLOT(slot, name, params, args) {slot, #name, table_position(&VornSdkBase::name)},
+#define VORN_SDK_SLOT(slot, name, params, args, kinds) {slot, #name, table_position(&VornSdkBase::name)},
 #include "sdk_slots.def"
 #undef VORN_SDK_SLOT
 };

@@ -280,7 +280,7 @@ TEST_F(Card, EveryOperationTracesUnderItsOwnSlot)
         void (*call)(VornSdkBase& sdk);
     };
     const Operation operations[] = {
-#define VORN_SDK_SLOT(slot, name, params, args) \
+#define VORN_SDK_SLOT(slot, name, params, args, kinds) \
     {Slot::name, [](VornSdkBase& sdk) { call_with_defaults(sdk, &VornSdkBase::name); }},
 #include "sdk_slots.def"
 #undef VORN_SDK_SLOT
