@@ -9,11 +9,6 @@ namespace vorn_sim {
 
 namespace {
 
-bool contains(const std::vector<Mp>& ports, const Mp& port)
-{
-    return std::find(ports.begin(), ports.end(), port) != ports.end();
-}
-
 // Bridge group addresses 01:80:c2:00:00:00-0f.
 bool bpdu(const std::vector<unsigned char>& frame)
 {
@@ -149,8 +144,7 @@ bool SwitchModel::take_in(const Mp& port, const Usp& usp, unsigned int vlan,
     // The VLAN's ingress filter, then the spanning tree: what they drop is
     // counted as a discard and never reaches the CPU, except BPDUs, which
     // the port traps whatever its state.
-    const Vlan& in = vlans_[vlan];
-    const bool member = contains(in.tagged, port) || contains(in.untagged, port);
+    const bool member = vlans_.member(vlan, port);
     MacAddress source;
     std::copy(frame.begin() + 6, frame.begin() + 12, source.begin());
     if (member && state->l2 && state->stp >= STP_STATE_LEARNING && !(source[0] & 1)) {

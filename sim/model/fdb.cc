@@ -226,7 +226,7 @@ int* SwitchModel::mac_limit(const Mp& port, unsigned int kind)
     switch (kind) {
     case vorn_contract::mac_limit_port: return known_port(port) ? &ports_[index_of(port)].mac_limit : nullptr;
     case vorn_contract::mac_limit_lag: return lags_.mac_limit(refuser_, names_, port.port());
-    case vorn_contract::mac_limit_vlan_interface: return known_vlan(port.port()) ? &vlans_[port.port()].mac_limit : nullptr;
+    case vorn_contract::mac_limit_vlan_interface: return vlans_.mac_limit(refuser_, port.port());
     default: refuse("unknown MAC limit kind ", kind, " (1 port, 2 LAG, 3 VLAN, 4 switch)"); return nullptr;
     }
 }
@@ -292,7 +292,7 @@ bool SwitchModel::learn(const MacAddress& mac, unsigned int vlan, const Mp& port
     const Lag* lag = trunk ? lags_.find(port.port()) : nullptr;
     const int port_limit = trunk ? (lag ? lag->mac_limit : 0) : (state ? state->mac_limit : 0);
     auto over = [](int limit, std::size_t count) { return limit > 0 && count >= std::size_t(limit); };
-    if (over(port_limit, on_port) || over(vlans_[vlan].mac_limit, in_vlan) ||
+    if (over(port_limit, on_port) || over(vlans_.mac_limit_of(vlan), in_vlan) ||
         over(system_mac_limit_, learned) || fdb_.size() >= config_.mac_entries)
         return false;
     FdbEntry entry;

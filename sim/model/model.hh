@@ -18,6 +18,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "addresses.hh"
 #include "event_registry.hh"
 #include "flow_table.hh"
 #include "format.hh"
@@ -25,13 +26,11 @@
 #include "model_hooks.hh"
 #include "refuser.hh"
 #include "sdk_slots.hh"
+#include "vlan_table.hh"
 #include "vorn_sdk.hh"
 #include "vorn_sim.hh"
 
 namespace vorn_sim {
-
-typedef std::array<unsigned char, 6> MacAddress;
-typedef std::array<unsigned char, 16> Ipv6Address;
 
 struct PortState {
     bool admin = true;
@@ -69,12 +68,6 @@ struct PortState {
     std::map<unsigned int, mstp_state_t> mstp;
     bool stats_enabled = true;
     std::array<unsigned long long, STAT_TYPE_COUNT> counters{};
-};
-
-struct Vlan {
-    std::vector<Mp> tagged;
-    std::vector<Mp> untagged;
-    int mac_limit = 0;
 };
 
 struct FdbEntry {
@@ -294,8 +287,8 @@ public:
     // --- Host side.
     bool physical(const Mp& port) const;
     PortState* port_state(const Mp& port);
-    const std::map<unsigned int, Vlan>& vlans() const { return vlans_; }
-    bool vlan_exists(unsigned int vlan) const { return vlans_.count(vlan) != 0; }
+    const std::map<unsigned int, Vlan>& vlans() const { return vlans_.vlans(); }
+    bool vlan_exists(unsigned int vlan) const { return vlans_.exists(vlan); }
     bool cable(const Mp& port, const Usp& usp, bool plugged);
     bool receive(const Mp& port, const Usp& usp, unsigned int vlan,
                  const std::vector<unsigned char>& frame);
@@ -319,14 +312,14 @@ public:
     const std::set<unsigned int>& l4_port_filters() const { return flows_.l4_port_filters(); }
     // VLAN classification (MAC, IPv4 and IPv6 subnet: VLAN and priority) and
     // the switch-wide MAC limit, for the shell's running configuration.
-    const std::map<MacAddress, std::pair<unsigned int, unsigned int>>& mac_vlans() const { return mac_vlans_; }
+    const std::map<MacAddress, std::pair<unsigned int, unsigned int>>& mac_vlans() const { return vlans_.mac_vlans(); }
     const std::map<std::pair<unsigned int, unsigned int>, std::pair<unsigned int, unsigned int>>& ipv4_subnet_vlans() const
     {
-        return ipv4_subnet_vlans_;
+        return vlans_.ipv4_subnet_vlans();
     }
     const std::map<std::pair<Ipv6Address, unsigned int>, std::pair<unsigned int, unsigned int>>& ipv6_subnet_vlans() const
     {
-        return ipv6_subnet_vlans_;
+        return vlans_.ipv6_subnet_vlans();
     }
     int system_mac_limit() const { return system_mac_limit_; }
     Usp usp_of(const Mp& port, bool trunk) const { return names_.usp_of(port, trunk); }
@@ -360,8 +353,8 @@ private:
     bool known_ports(const std::list<Mp>& ports);
     template <class Change>
     bool on_port(const Mp& port, Change&& change);  // known_port, then change(state)
-    bool vlan_id(unsigned int vlan);                // 1-4094
-    bool known_vlan(unsigned int vlan);             // an existing VLAN
+    bool vlan_id(unsigned int vlan) { return VlanTable::id(refuser_, vlan); }       // 1-4094
+    bool known_vlan(unsigned int vlan) { return vlans_.known(refuser_, vlan); }  // an existing VLAN
     bool known_target(const Mp& port, bool trunk);  // a port, or a LAG id with trunk
     bool within(const char* what, long long value, long long low, long long high)
     {
@@ -400,10 +393,7 @@ private:
     Refuser refuser_;
     Names names_;
     std::vector<PortState> ports_;
-    std::map<unsigned int, Vlan> vlans_;
-    std::map<MacAddress, std::pair<unsigned int, unsigned int>> mac_vlans_;
-    std::map<std::pair<unsigned int, unsigned int>, std::pair<unsigned int, unsigned int>> ipv4_subnet_vlans_;
-    std::map<std::pair<Ipv6Address, unsigned int>, std::pair<unsigned int, unsigned int>> ipv6_subnet_vlans_;
+    VlanTable vlans_;
     LagTable lags_;
     FdbTable fdb_;
     int aging_seconds_ = 300;

@@ -42,7 +42,6 @@ SwitchModel::SwitchModel(const Config& config, ModelHooks hooks)
       flows_(config.flows, config.filters)
 {
     for (PortState& port : ports_) port.advertised = all_abilities;
-    vlans_[1];  // the default VLAN
 }
 
 bool SwitchModel::physical(const Mp& port) const
@@ -74,16 +73,6 @@ bool SwitchModel::known_ports(const std::list<Mp>& ports)
     for (const Mp& port : ports)
         if (!known_port(port)) return false;
     return true;
-}
-
-bool SwitchModel::vlan_id(unsigned int vlan)
-{
-    return (vlan >= 1 && vlan <= 4094) || refuse("VLAN ", vlan, " is outside 1-4094");
-}
-
-bool SwitchModel::known_vlan(unsigned int vlan)
-{
-    return vlan_id(vlan) && (vlan_exists(vlan) || refuse("VLAN ", vlan, " does not exist"));
 }
 
 bool SwitchModel::known_target(const Mp& port, bool trunk)

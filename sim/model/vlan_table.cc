@@ -1,0 +1,121 @@
+// The VLAN table and VLAN classification.
+#include "vlan_table.hh"
+
+#include <algorithm>
+
+namespace vorn_sim {
+
+namespace {
+
+void remove_port(std::vector<Mp>& ports, const Mp& port)
+{
+    ports.erase(std::remove(ports.begin(), ports.end(), port), ports.end());
+}
+
+bool contains(const std::vector<Mp>& ports, const Mp& port)
+{
+    return std::find(ports.begin(), ports.end(), port) != ports.end();
+}
+
+bool priority(Refuser& refuse, unsigned int value) { return refuse.within("priority", value, 0, 7); }
+
+}  // namespace
+
+bool VlanTable::member(unsigned int vlan, const Mp& port) const
+{
+    auto found = vlans_.find(vlan);
+    return found != vlans_.end() && (contains(found->second.tagged, port) || contains(found->second.untagged, port));
+}
+
+int VlanTable::mac_limit_of(unsigned int vlan) const
+{
+    auto found = vlans_.find(vlan);
+    return found == vlans_.end() ? 0 : found->second.mac_limit;
+}
+
+bool VlanTable::id(Refuser& refuse, unsigned int vlan)
+{
+    return (vlan >= 1 && vlan <= 4094) || refuse("VLAN ", vlan, " is outside 1-4094");
+}
+
+bool VlanTable::known(Refuser& refuse, unsigned int vlan) const
+{
+    return id(refuse, vlan) && (exists(vlan) || refuse("VLAN ", vlan, " does not exist"));
+}
+
+bool VlanTable::create(Refuser& refuse, unsigned int vlan)
+{
+    return id(refuse, vlan) && (vlans_.emplace(vlan, Vlan()).second || refuse("VLAN ", vlan, " already exists"));
+}
+
+bool VlanTable::remove(Refuser& refuse, unsigned int vlan)
+{
+    return known(refuse, vlan) && vlans_.erase(vlan) == 1;
+}
+
+void VlanTable::add_ports(unsigned int vlan, const std::list<Mp>& tagged, const std::list<Mp>& untagged)
+{
+    Vlan& v = vlans_.at(vlan);
+    for (const Mp& port : tagged) {
+        remove_port(v.untagged, port);
+        if (!contains(v.tagged, port)) v.tagged.push_back(port);
+    }
+    for (const Mp& port : untagged) {
+        remove_port(v.tagged, port);
+        if (!contains(v.untagged, port)) v.untagged.push_back(port);
+    }
+}
+
+void VlanTable::remove_ports(unsigned int vlan, const std::list<Mp>& ports)
+{
+    Vlan& v = vlans_.at(vlan);
+    for (const Mp& port : ports) {
+        remove_port(v.tagged, port);
+        remove_port(v.untagged, port);
+    }
+}
+
+bool VlanTable::members(Refuser& refuse, unsigned int vlan, std::list<Mp>& tagged, std::list<Mp>& untagged) const
+{
+    if (!known(refuse, vlan)) return false;
+    const Vlan& v = vlans_.at(vlan);
+    tagged.assign(v.tagged.begin(), v.tagged.end());
+    untagged.assign(v.untagged.begin(), v.untagged.end());
+    return true;
+}
+
+int* VlanTable::mac_limit(Refuser& refuse, unsigned int vlan)
+{
+    return known(refuse, vlan) ? &vlans_.at(vlan).mac_limit : nullptr;
+}
+
+bool VlanTable::set_mac_vlan(Refuser& refuse, const unsigned char* mac, unsigned int vlan, unsigned int prio)
+{
+    if (!refuse.given(mac, "MAC address") || !id(refuse, vlan) || !priority(refuse, prio)) return false;
+    MacAddress key;
+    std::copy(mac, mac + 6, key.begin());
+    mac_vlans_[key] = Classification(vlan, prio);
+    return true;
+}
+
+bool VlanTable::set_ipv4_subnet_vlan(Refuser& refuse, unsigned int address, unsigned int mask, unsigned int vlan,
+                                     unsigned int prio)
+{
+    if (!id(refuse, vlan) || !priority(refuse, prio)) return false;
+    ipv4_subnet_vlans_[std::make_pair(address & mask, mask)] = Classification(vlan, prio);
+    return true;
+}
+
+bool VlanTable::set_ipv6_subnet_vlan(Refuser& refuse, const unsigned char* address, unsigned int prefix_length,
+                                     unsigned int vlan, unsigned int prio)
+{
+    if (!refuse.given(address, "IPv6 address") || !refuse.within("prefix length", prefix_length, 0, 128) ||
+        !id(refuse, vlan) || !priority(refuse, prio))
+        return false;
+    Ipv6Address key;
+    std::copy(address, address + 16, key.begin());
+    ipv6_subnet_vlans_[std::make_pair(key, prefix_length)] = Classification(vlan, prio);
+    return true;
+}
+
+}  // namespace vorn_sim
