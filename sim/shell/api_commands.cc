@@ -1,4 +1,4 @@
-// The command of every API entry point, one line each.
+// The command of every API entry point, from the entry-point table.
 #include "api_commands.hh"
 
 #include <algorithm>
@@ -20,37 +20,30 @@ std::vector<std::string> split_words(const std::string& text, char separator)
 
 }  // namespace
 
-namespace {
-
-bool is_ipv4(const std::string& name) { return name == "address" || name == "mask"; }
-
-}  // namespace
-
-std::string unsigned_text(unsigned int value, const std::string& name)
+std::string unsigned_text(unsigned int value, const Param& param)
 {
-    if (is_ipv4(name)) return ipv4_text(value);
-    if (name == "mode") return forward_mode_text(value);
+    if (param.kind == vorn_meta::Kind::ipv4) return ipv4_text(value);
+    if (param.name == "mode") return forward_mode_text(value);
     return std::to_string(value);
 }
 
-std::string Arg<unsigned int>::sample(const std::string& n)
+std::string Arg<unsigned int>::sample(const Param& param)
 {
-    if (n == "address") return "10.0.0.1";
-    if (n == "mask") return "255.255.255.0";
-    if (n == "mode") return forward_mode_names().back();
-    if (n == "mtu") return "1518";
-    if (n == "lag_id") return "0";  // LAG 0/1/1's
+    if (param.kind == vorn_meta::Kind::ipv4) return param.name == "mask" ? "255.255.255.0" : "10.0.0.1";
+    if (param.name == "mode") return forward_mode_names().back();
+    if (param.name == "mtu") return "1518";
+    if (param.name == "lag_id") return "0";  // LAG 0/1/1's
     return "1";
 }
 
-void Arg<unsigned int>::read(const std::string& w, const std::string& name)
+void Arg<unsigned int>::read(const std::string& w, const Param& param)
 {
-    if (is_ipv4(name)) value = read_ipv4(w);
-    else if (name == "mode") value = read_forward_mode(w);
+    if (param.kind == vorn_meta::Kind::ipv4) value = read_ipv4(w);
+    else if (param.name == "mode") value = read_forward_mode(w);
     else value = static_cast<unsigned int>(read_number(w, 0xffffffffu));
 }
 
-void Arg<of_action_param_s>::read(const std::string& w, const std::string&)
+void Arg<of_action_param_s>::read(const std::string& w, const Param&)
 {
     const std::vector<std::string> parts = split_words(w, ',');
     if (parts.empty() || parts.size() > 3) throw BadWord("one to three words n[,n[,n]]", w);
@@ -59,7 +52,7 @@ void Arg<of_action_param_s>::read(const std::string& w, const std::string&)
         value.word[i] = static_cast<int>(read_signed(parts[i], -2147483647 - 1, 2147483647));
 }
 
-void Arg<const of_flow_qualify_udf_s&>::read(const std::string& w, const std::string&)
+void Arg<const of_flow_qualify_udf_s&>::read(const std::string& w, const Param&)
 {
     std::memset(&value, 0, sizeof value);
     if (w == "-") return;
@@ -71,7 +64,7 @@ void Arg<const of_flow_qualify_udf_s&>::read(const std::string& w, const std::st
 
 // key=value,...: in, dmac, smac, vlan, pcp, eth, sip, dip (prefixes), proto,
 // tos, sport, dport.  Each key given takes part in the match.
-void Arg<const of_flow_s&>::read(const std::string& w, const std::string&)
+void Arg<const of_flow_s&>::read(const std::string& w, const Param&)
 {
     of_flow_match_s& m = value.match;
     for (const std::string& item : split_words(w, ',')) {
@@ -111,12 +104,12 @@ std::vector<unsigned char> vlan_bitmap(const std::string& w)
 
 }  // namespace
 
-void Arg<const unsigned char*>::read(const std::string& w, const std::string& name)
+void Arg<const unsigned char*>::read(const std::string& w, const Param& param)
 {
-    if (name.find("mac") != std::string::npos) {
+    if (param.kind == vorn_meta::Kind::mac) {
         const auto mac = read_mac(w);
         bytes.assign(mac.begin(), mac.end());
-    } else if (name.find("bitmap") != std::string::npos) {
+    } else if (param.kind == vorn_meta::Kind::vlan_bitmap) {
         bytes = vlan_bitmap(w);
     } else {
         const auto address = w.find(':') == std::string::npos && w.find('/') == std::string::npos
@@ -127,36 +120,56 @@ void Arg<const unsigned char*>::read(const std::string& w, const std::string& na
     pointer = bytes.data();
 }
 
-void Arg<unsigned char*>::read(const std::string& w, const std::string& name)
+void Arg<unsigned char*>::read(const std::string& w, const Param& param)
 {
-    if (words(name)) bytes = vlan_bitmap(w);
+    if (words(param)) bytes = vlan_bitmap(w);
 }
 
-void Arg<unsigned char*>::print(std::ostream& out, const std::string& name) const
+void Arg<unsigned char*>::print(std::ostream& out, const Param& param) const
 {
-    if (name.find("bitmap") == std::string::npos) out << " " << name << "=" << mac_text(bytes.data());
+    if (param.kind == vorn_meta::Kind::mac) out << " " << param.name << "=" << mac_text(bytes.data());
 }
 
 // A callback to deregister is named; the MAC table walk gets the shell's
 // walker; user data is null.
-void Arg<void*>::read(const std::string& w, const std::string& name)
+void Arg<void*>::read(const std::string& w, const Param& param)
 {
-    if (name == "callback") {
+    if (param.kind == vorn_meta::Kind::callback) {
         pointer = recorder_by_name(w);
-    } else if (name == "arg") {
+    } else if (param.name == "arg") {
         walked_mac_table().clear();
         pointer = mac_table_walker();
     }
 }
 
-void Arg<void*>::print(std::ostream& out, const std::string& name) const
+void Arg<void*>::print(std::ostream& out, const Param& param) const
 {
-    if (name != "arg") return;
+    if (param.name != "arg") return;
     for (const MacRow& row : walked_mac_table())
         out << "\n  vlan " << row.vlan << " " << row.mac << " " << row.port << " " << row.kind;
 }
 
 namespace {
+
+// What an example needs that a fresh card lacks.  The example first makes
+// it with the API commands themselves, then runs the command it shows.
+enum class Needs {
+    Lag,               // LAG 0/1/1
+    LagMembers,        // LAG 0/1/1 of 1/1/1-4,1/1/9
+    MacCallback,       // the shell's MAC-update callback registered
+    ProtocolVlan,      // 1/1/3: SNAP frames of protocol 0x0800 to VLAN 1
+    Mac,               // 00:11:22:33:44:55 on 1/1/3 in VLAN 1
+    L3Interface,       // L3 interface 1: 00:11:22:33:44:55 in VLAN 1
+    HostIp4,           // host 10.0.0.1 on 1/1/3 through L3 interface 1
+    HostIp6,           // host 2001:db8::1 on 1/1/3 through L3 interface 1
+    RouteIp4,          // route 10.0.0.0/24 via 1/1/3 through L3 interface 1
+    RouteIp6,          // route 2001:db8::/64 via 1/1/3 through L3 interface 1
+    Flow,              // flow 1
+    FlowAction,        // flow 1 mirroring to 9
+    ArpFilter,         // 10.0.0.0/24
+    IpProtocolFilter,  // protocol 1
+    L4PortFilter,      // destination port 1
+};
 
 // Each preparation in the sample words of the commands that use it, made on
 // top of another where it needs one.
@@ -184,8 +197,6 @@ const Preparation preparations[] = {
     {Needs::L4PortFilter, {}, "add_l4_destination_port_filter 1"},
 };
 
-}  // namespace
-
 std::string preparation(Needs need)
 {
     for (const Preparation& each : preparations)
@@ -193,184 +204,89 @@ std::string preparation(Needs need)
     throw std::logic_error("no preparation for an example's need");
 }
 
+// The examples that need something made first, or arguments of their own
+// where the sample words do not fit.
+struct ExampleSetup {
+    const char* entry_point;
+    std::optional<Needs> need;
+    const char* arguments;
+};
+
+const ExampleSetup example_setups[] = {
+    {"lag_usp_to_lag_id", Needs::Lag, nullptr},
+    {"lag_id_to_lag_usp", Needs::Lag, nullptr},
+    {"deregister_event_callback", Needs::MacCallback, nullptr},
+    {"delete_port_protocol_vlan", Needs::ProtocolVlan, nullptr},
+    {"delete_port_protocol_vlan_all", Needs::ProtocolVlan, nullptr},
+    {"create_vlan", {}, "10"},
+    {"delete_lag", Needs::Lag, nullptr},
+    {"delete_ports_from_lag", Needs::LagMembers, nullptr},
+    {"set_lag_balancing_strategy", Needs::Lag, nullptr},
+    {"get_lag_balancing_strategy", Needs::Lag, nullptr},
+    {"delete_mac", Needs::Mac, nullptr},
+    {"delete_mac_vlan_bitmap", Needs::Mac, nullptr},
+    {"delete_mac_by_mac", Needs::Mac, nullptr},
+    {"delete_mac_from_port_all", Needs::Mac, nullptr},
+    {"clear_fdb_table", Needs::Mac, nullptr},
+    {"clear_fdb_by_vlan", Needs::Mac, nullptr},
+    {"clear_fdb_by_port", Needs::Mac, nullptr},
+    {"get_l3_interface", Needs::L3Interface, nullptr},
+    {"delete_l3_interface", Needs::L3Interface, nullptr},
+    {"delete_l3_interface_by_id", Needs::L3Interface, nullptr},
+    {"delete_l3_interface_all", Needs::L3Interface, nullptr},
+    {"add_l3_host_ip4", Needs::L3Interface, nullptr},
+    {"add_l3_host_ip6", Needs::L3Interface, nullptr},
+    {"get_l3_host_ip4", Needs::HostIp4, nullptr},
+    {"get_l3_host_ip6", Needs::HostIp6, nullptr},
+    {"get_l3_route_by_subnet_ip4", Needs::RouteIp4, nullptr},
+    {"get_l3_route_by_subnet_ip6", Needs::RouteIp6, nullptr},
+    {"delete_l3_host_by_interface", Needs::HostIp4, nullptr},
+    {"delete_l3_host_by_network_ip4", Needs::HostIp4, nullptr},
+    {"delete_l3_host_by_network_ip6", Needs::HostIp6, nullptr},
+    {"delete_l3_host_by_addr_ip4", Needs::HostIp4, nullptr},
+    {"delete_l3_host_by_addr_ip6", Needs::HostIp6, nullptr},
+    {"clear_l3_host_table", Needs::HostIp4, nullptr},
+    {"add_l3_route_ip4", Needs::L3Interface, nullptr},
+    {"add_l3_route_ip6", Needs::L3Interface, nullptr},
+    {"delete_l3_route_by_interface", Needs::RouteIp4, nullptr},
+    {"delete_l3_route_by_subnet_ip4", Needs::RouteIp4, nullptr},
+    {"delete_l3_route_by_subnet_ip6", Needs::RouteIp6, nullptr},
+    {"clear_l3_route_table", Needs::RouteIp4, nullptr},
+    {"delete_of_flow", Needs::Flow, nullptr},
+    {"clear_of_flow_table", Needs::Flow, nullptr},
+    {"add_of_flow_action", Needs::Flow, nullptr},
+    {"delete_of_flow_action", Needs::FlowAction, nullptr},
+    {"clear_of_flow_action", Needs::FlowAction, nullptr},
+    {"set_of_flow_priority", Needs::Flow, nullptr},
+    {"get_of_flow_priority", Needs::Flow, nullptr},
+    {"get_of_flow_stat_counter64", Needs::Flow, nullptr},
+    {"get_of_flow_stat_counter32", Needs::Flow, nullptr},
+    {"delete_arp_filter", Needs::ArpFilter, nullptr},
+    {"delete_arp_filter_all", Needs::ArpFilter, nullptr},
+    {"delete_ip_protocol_filter", Needs::IpProtocolFilter, nullptr},
+    {"delete_ip_protocol_filter_all", Needs::IpProtocolFilter, nullptr},
+    {"delete_l4_destination_port_filter", Needs::L4PortFilter, nullptr},
+    {"delete_l4_destination_port_filter_all", Needs::L4PortFilter, nullptr},
+};
+
+}  // namespace
+
+std::string example_of(const std::string& name, const std::string& sample_words)
+{
+    for (const ExampleSetup& each : example_setups) {
+        if (each.entry_point != name) continue;
+        const std::string arguments = each.arguments ? std::string(" ") + each.arguments : sample_words;
+        return (each.need ? preparation(*each.need) : "") + name + arguments;
+    }
+    return name + sample_words;
+}
+
 std::vector<Command> api_commands()
 {
     return {
-        api_command("lcmgr_api_init", vorn_lcmgr_api_init, "line_card"),
-        api_command("lcmgr_api_terminate", vorn_lcmgr_api_terminate, ""),
-        api_command("get_line_card_usp", vorn_get_line_card_usp, "usp"),
-        api_command("free_call", vorn_free_call, "arg"),
-        api_command("set_lcmgr_trace", vorn_set_lcmgr_trace, "target on"),
-        api_command("lag_usp_to_lag_id", vorn_lag_usp_to_lag_id, "lag lag_id", Needs::Lag),
-        api_command("lag_id_to_lag_usp", vorn_lag_id_to_lag_usp, "lag_id lag", Needs::Lag),
-        api_command("register_rx_packet_callback", vorn_register_rx_packet_callback, "callback user_data"),
-        api_command("register_rx_packet_callback_c", vorn_register_rx_packet_callback_c, "callback user_data"),
-        api_command("register_link_change_callback", vorn_register_link_change_callback, "callback"),
-        api_command("register_link_change_callback_c", vorn_register_link_change_callback_c, "callback"),
-        api_command("register_mac_update_callback", vorn_register_mac_update_callback, "callback user_data"),
-        api_command("register_mac_update_callback_c", vorn_register_mac_update_callback_c, "callback user_data"),
-        api_command("deregister_event_callback", vorn_deregister_event_callback, "event callback user_data", Needs::MacCallback),
-        api_command("get_port_stp_state", vorn_get_port_stp_state, "port state"),
-        api_command("set_port_stp_state", vorn_set_port_stp_state, "port state"),
-        api_command("set_ports_stp_state", vorn_set_ports_stp_state, "ports state"),
-        api_command("get_port_mstp_state", vorn_get_port_mstp_state, "port state instance"),
-        api_command("set_port_mstp_state", vorn_set_port_mstp_state, "port state instance"),
-        api_command("set_ports_mstp_state", vorn_set_ports_mstp_state, "ports state instance"),
-        api_command("get_port_stat_counter", vorn_get_port_stat_counter, "port type value"),
-        api_command("get_port_stat_counter32", vorn_get_port_stat_counter32, "port type value"),
-        api_command("get_port_stat_counter_all64", vorn_get_port_stat_counter_all64, "port counters"),
-        api_command("get_port_stat_counter_all32", vorn_get_port_stat_counter_all32, "port counters"),
-        api_command("get_port_stat_counter_all64_ext", vorn_get_port_stat_counter_all64_ext, "port counters count"),
-        api_command("get_port_stat_counter_all32_ext", vorn_get_port_stat_counter_all32_ext, "port counters count"),
-        api_command("get_port_brief_stat_counter64", vorn_get_port_brief_stat_counter64, "port type value"),
-        api_command("get_port_brief_stat_counter32", vorn_get_port_brief_stat_counter32, "port type value"),
-        api_command("get_port_brief_stat_counter_all64", vorn_get_port_brief_stat_counter_all64, "port counters"),
-        api_command("get_port_brief_stat_counter_all32", vorn_get_port_brief_stat_counter_all32, "port counters"),
-        api_command("clear_port_stat_counter", vorn_clear_port_stat_counter, "port"),
-        api_command("get_port_stat_enabled", vorn_get_port_stat_enabled, "port enabled"),
-        api_command("set_port_stat_enable", vorn_set_port_stat_enable, "port enabled"),
-        api_command("get_port_unicast_control", vorn_get_port_unicast_control, "port rate"),
-        api_command("set_port_unicast_control", vorn_set_port_unicast_control, "port rate"),
-        api_command("get_port_multicast_control", vorn_get_port_multicast_control, "port rate"),
-        api_command("set_port_multicast_control", vorn_set_port_multicast_control, "port rate"),
-        api_command("get_port_broadcast_control", vorn_get_port_broadcast_control, "port rate"),
-        api_command("set_port_broadcast_control", vorn_set_port_broadcast_control, "port rate"),
-        api_command("set_port_mirror", vorn_set_port_mirror, "target source type"),
-        api_command("get_port_mirror", vorn_get_port_mirror, "target source type"),
-        api_command("get_port_flood_blocking_cpu", vorn_get_port_flood_blocking_cpu, "port type"),
-        api_command("set_port_flood_blocking_cpu", vorn_set_port_flood_blocking_cpu, "ports type"),
-        api_command("get_port_flood_blocking", vorn_get_port_flood_blocking, "port other type"),
-        api_command("set_port_flood_blocking", vorn_set_port_flood_blocking, "ports other type"),
-        api_command("get_port_switch_unknown_unicast_to_cpu", vorn_get_port_switch_unknown_unicast_to_cpu, "port enabled"),
-        api_command("set_port_switch_unknown_unicast_to_cpu", vorn_set_port_switch_unknown_unicast_to_cpu, "port enabled"),
-        api_command("get_port_cos_mapping", vorn_get_port_cos_mapping, "port key queue"),
-        api_command("set_port_cos_mapping", vorn_set_port_cos_mapping, "port key queue"),
-        api_command("get_port_mac_lock", vorn_get_port_mac_lock, "port locked"),
-        api_command("set_port_mac_lock", vorn_set_port_mac_lock, "port locked"),
-        api_command("get_port_mac_lock_ext", vorn_get_port_mac_lock_ext, "port locked drop_unknown"),
-        api_command("set_port_mac_lock_ext", vorn_set_port_mac_lock_ext, "port locked drop_unknown"),
-        api_command("get_port_mac_limit", vorn_get_port_mac_limit, "port limit"),
-        api_command("set_port_mac_limit", vorn_set_port_mac_limit, "port limit"),
-        api_command("get_port_pvid", vorn_get_port_pvid, "port pvid"),
-        api_command("set_port_pvid", vorn_set_port_pvid, "port pvid"),
-        api_command("set_ports_pvid", vorn_set_ports_pvid, "ports pvid"),
-        api_command("get_port_vlan_priority", vorn_get_port_vlan_priority, "port key priority"),
-        api_command("set_port_vlan_priority", vorn_set_port_vlan_priority, "port key priority"),
-        api_command("get_port_vlan_accept_frame", vorn_get_port_vlan_accept_frame, "port tagged_only"),
-        api_command("set_port_vlan_accept_frame", vorn_set_port_vlan_accept_frame, "port tagged_only"),
-        api_command("set_port_protocol_vlan", vorn_set_port_protocol_vlan, "port frame protocol vlan"),
-        api_command("delete_port_protocol_vlan", vorn_delete_port_protocol_vlan, "port frame protocol", Needs::ProtocolVlan),
-        api_command("delete_port_protocol_vlan_all", vorn_delete_port_protocol_vlan_all, "port", Needs::ProtocolVlan),
-        api_command("get_port_bpdu_processing", vorn_get_port_bpdu_processing, "port enabled"),
-        api_command("set_port_bpdu_processing", vorn_set_port_bpdu_processing, "port enabled"),
-        api_command("get_port_ingress_discarding", vorn_get_port_ingress_discarding, "port type"),
-        api_command("set_port_ingress_discarding", vorn_set_port_ingress_discarding, "port type"),
-        api_command("get_port_egress_admin_state", vorn_get_port_egress_admin_state, "port enabled"),
-        api_command("set_port_egress_admin_state", vorn_set_port_egress_admin_state, "port enabled"),
-        api_command("set_port_l2_enable", vorn_set_port_l2_enable, "port enabled"),
-        api_command("get_port_speed", vorn_get_port_speed, "port speed"),
-        api_command("set_port_speed", vorn_set_port_speed, "port speed"),
-        api_command("get_port_duplex", vorn_get_port_duplex, "port duplex"),
-        api_command("set_port_duplex", vorn_set_port_duplex, "port duplex"),
-        api_command("get_port_autoneg", vorn_get_port_autoneg, "port enabled"),
-        api_command("set_port_autoneg", vorn_set_port_autoneg, "port enabled"),
-        api_command("get_port_link_state", vorn_get_port_link_state, "port state"),
-        api_command("set_port_link_state", vorn_set_port_link_state, "port state"),
-        api_command("get_port_mtu", vorn_get_port_mtu, "port mtu"),
-        api_command("set_port_mtu", vorn_set_port_mtu, "port mtu"),
-        api_command("set_ports_mtu", vorn_set_ports_mtu, "ports mtu"),
-        api_command("get_port_state", vorn_get_port_state, "port enabled"),
-        api_command("set_port_state", vorn_set_port_state, "port enabled"),
-        api_command("set_ports_state", vorn_set_ports_state, "ports enabled"),
-        api_command("get_port_ability", vorn_get_port_ability, "port ability"),
-        api_command("set_port_advertising_ability", vorn_set_port_advertising_ability, "port ability"),
-        api_command("get_port_advertising_ability", vorn_get_port_advertising_ability, "port ability"),
-        api_command("get_port_current_ability", vorn_get_port_current_ability, "port ability"),
-        api_command("get_port_peer_ability", vorn_get_port_peer_ability, "port ability"),
-        api_command("get_port_flow_control_8023x", vorn_get_port_flow_control_8023x, "port receive transmit"),
-        api_command("set_port_flow_control_8023x", vorn_set_port_flow_control_8023x, "port receive transmit"),
-        api_command("set_ports_flow_control_8023x", vorn_set_ports_flow_control_8023x, "ports receive transmit"),
-        api_command("get_port_jaming_control", vorn_get_port_jaming_control, "port enabled"),
-        api_command("set_port_jaming_control", vorn_set_port_jaming_control, "port enabled"),
-        api_command("create_vlan", vorn_create_vlan, "vlan", "10"),
-        api_command("delete_vlan", vorn_delete_vlan, "vlan"),
-        api_command("add_ports_to_vlan", vorn_add_ports_to_vlan, "vlan tagged untagged"),
-        api_command("delete_ports_from_vlan", vorn_delete_ports_from_vlan, "vlan ports"),
-        api_command("get_vlan_info", vorn_get_vlan_info, "vlan tagged untagged"),
-        api_command("set_mac_vlan", vorn_set_mac_vlan, "mac vlan priority"),
-        api_command("set_ipv4_subnet_vlan", vorn_set_ipv4_subnet_vlan, "address mask vlan priority"),
-        api_command("set_ipv6_subnet_vlan", vorn_set_ipv6_subnet_vlan, "address prefix_length vlan priority"),
-        api_command("create_lag", vorn_create_lag, "lag"),
-        api_command("delete_lag", vorn_delete_lag, "lag", Needs::Lag),
-        api_command("add_ports_to_lag", vorn_add_ports_to_lag, "lag ports"),
-        api_command("delete_ports_from_lag", vorn_delete_ports_from_lag, "lag ports", Needs::LagMembers),
-        api_command("set_lag_balancing_strategy", vorn_set_lag_balancing_strategy, "lag psc", Needs::Lag),
-        api_command("get_lag_balancing_strategy", vorn_get_lag_balancing_strategy, "lag psc", Needs::Lag),
-        api_command("add_system_mac", vorn_add_system_mac, "mac vlan"),
-        api_command("add_system_mac_vlan_bitmap", vorn_add_system_mac_vlan_bitmap, "mac vlan_bitmap"),
-        api_command("delete_mac", vorn_delete_mac, "vlan mac", Needs::Mac),
-        api_command("delete_mac_vlan_bitmap", vorn_delete_mac_vlan_bitmap, "mac vlan_bitmap", Needs::Mac),
-        api_command("delete_mac_by_mac", vorn_delete_mac_by_mac, "mac", Needs::Mac),
-        api_command("add_mac_to_port", vorn_add_mac_to_port, "port mac vlan"),
-        api_command("delete_mac_from_port_all", vorn_delete_mac_from_port_all, "port vlan", Needs::Mac),
-        api_command("traverse_mac_table", vorn_traverse_mac_table, "arg"),
-        api_command("get_fdb_aging_time", vorn_get_fdb_aging_time, "seconds"),
-        api_command("set_fdb_aging_time", vorn_set_fdb_aging_time, "seconds"),
-        api_command("clear_fdb_table", vorn_clear_fdb_table, "static_too", Needs::Mac),
-        api_command("clear_fdb_by_vlan", vorn_clear_fdb_by_vlan, "vlan static_too", Needs::Mac),
-        api_command("clear_fdb_by_port", vorn_clear_fdb_by_port, "port static_too", Needs::Mac),
-        api_command("set_system_mac_limit", vorn_set_system_mac_limit, "limit"),
-        api_command("get_system_mac_limit", vorn_get_system_mac_limit, "limit"),
-        api_command("create_l3_interface", vorn_create_l3_interface, "mac vlan interface_id"),
-        api_command("create_l3_interface_with_id", vorn_create_l3_interface_with_id, "mac vlan interface_id replace"),
-        api_command("get_l3_interface", vorn_get_l3_interface, "interface_id vlan mac", Needs::L3Interface),
-        api_command("delete_l3_interface", vorn_delete_l3_interface, "mac vlan", Needs::L3Interface),
-        api_command("delete_l3_interface_by_id", vorn_delete_l3_interface_by_id, "interface_id", Needs::L3Interface),
-        api_command("delete_l3_interface_all", vorn_delete_l3_interface_all, "", Needs::L3Interface),
-        api_command("add_l3_host_ip4", vorn_add_l3_host_ip4, "port address mac interface_id", Needs::L3Interface),
-        api_command("add_l3_host_ip6", vorn_add_l3_host_ip6, "port address mac interface_id", Needs::L3Interface),
-        api_command("get_l3_host_ip4", vorn_get_l3_host_ip4, "address port mac interface_id", Needs::HostIp4),
-        api_command("get_l3_host_ip6", vorn_get_l3_host_ip6, "address port mac interface_id", Needs::HostIp6),
-        api_command("get_l3_route_by_subnet_ip4", vorn_get_l3_route_by_subnet_ip4, "address mask port mac interface_id vlan", Needs::RouteIp4),
-        api_command("get_l3_route_by_subnet_ip6", vorn_get_l3_route_by_subnet_ip6, "address mask port interface_id mac", Needs::RouteIp6),
-        api_command("delete_l3_host_by_interface", vorn_delete_l3_host_by_interface, "interface_id static_too", Needs::HostIp4),
-        api_command("delete_l3_host_by_network_ip4", vorn_delete_l3_host_by_network_ip4, "address", Needs::HostIp4),
-        api_command("delete_l3_host_by_network_ip6", vorn_delete_l3_host_by_network_ip6, "address", Needs::HostIp6),
-        api_command("delete_l3_host_by_addr_ip4", vorn_delete_l3_host_by_addr_ip4, "address port", Needs::HostIp4),
-        api_command("delete_l3_host_by_addr_ip6", vorn_delete_l3_host_by_addr_ip6, "address port", Needs::HostIp6),
-        api_command("clear_l3_host_table", vorn_clear_l3_host_table, "", Needs::HostIp4),
-        api_command("add_l3_route_ip4", vorn_add_l3_route_ip4, "port address mask mac interface_id vlan", Needs::L3Interface),
-        api_command("add_l3_route_ip6", vorn_add_l3_route_ip6, "port address mask mac interface_id", Needs::L3Interface),
-        api_command("delete_l3_route_by_interface", vorn_delete_l3_route_by_interface, "interface_id static_too", Needs::RouteIp4),
-        api_command("delete_l3_route_by_subnet_ip4", vorn_delete_l3_route_by_subnet_ip4, "address mask port", Needs::RouteIp4),
-        api_command("delete_l3_route_by_subnet_ip6", vorn_delete_l3_route_by_subnet_ip6, "address mask port", Needs::RouteIp6),
-        api_command("clear_l3_route_table", vorn_clear_l3_route_table, "", Needs::RouteIp4),
-        api_command("add_of_flow", vorn_add_of_flow, "flow flow_id udf"),
-        api_command("add_of_flow_with_id", vorn_add_of_flow_with_id, "flow flow_id"),
-        api_command("delete_of_flow", vorn_delete_of_flow, "flow_id", Needs::Flow),
-        api_command("clear_of_flow_table", vorn_clear_of_flow_table, "", Needs::Flow),
-        api_command("add_of_flow_action", vorn_add_of_flow_action, "flow_id kind param", Needs::Flow),
-        api_command("delete_of_flow_action", vorn_delete_of_flow_action, "flow_id kind param", Needs::FlowAction),
-        api_command("clear_of_flow_action", vorn_clear_of_flow_action, "flow_id", Needs::FlowAction),
-        api_command("set_of_flow_priority", vorn_set_of_flow_priority, "flow_id priority", Needs::Flow),
-        api_command("get_of_flow_priority", vorn_get_of_flow_priority, "flow_id priority", Needs::Flow),
-        api_command("get_of_flow_stat_counter64", vorn_get_of_flow_stat_counter64, "flow_id packets", Needs::Flow),
-        api_command("get_of_flow_stat_counter32", vorn_get_of_flow_stat_counter32, "flow_id packets", Needs::Flow),
-        api_command("set_switch_forward_mode", vorn_set_switch_forward_mode, "mode"),
-        api_command("get_switch_forward_mode", vorn_get_switch_forward_mode, "mode"),
-        api_command("set_switch_unknown_unicast_to_cpu", vorn_set_switch_unknown_unicast_to_cpu, "enabled"),
-        api_command("get_switch_unknown_unicast_to_cpu", vorn_get_switch_unknown_unicast_to_cpu, "enabled"),
-        api_command("add_arp_filter", vorn_add_arp_filter, "address mask"),
-        api_command("delete_arp_filter", vorn_delete_arp_filter, "address mask", Needs::ArpFilter),
-        api_command("delete_arp_filter_all", vorn_delete_arp_filter_all, "", Needs::ArpFilter),
-        api_command("add_ip_protocol_filter", vorn_add_ip_protocol_filter, "protocol"),
-        api_command("delete_ip_protocol_filter", vorn_delete_ip_protocol_filter, "protocol", Needs::IpProtocolFilter),
-        api_command("delete_ip_protocol_filter_all", vorn_delete_ip_protocol_filter_all, "", Needs::IpProtocolFilter),
-        api_command("add_l4_destination_port_filter", vorn_add_l4_destination_port_filter, "port"),
-        api_command("delete_l4_destination_port_filter", vorn_delete_l4_destination_port_filter, "port", Needs::L4PortFilter),
-        api_command("delete_l4_destination_port_filter_all", vorn_delete_l4_destination_port_filter_all, "", Needs::L4PortFilter),
-        api_command("send_packet_by_port", vorn_send_packet_by_port, "tagged untagged packet"),
-        api_command("send_packet_from_cpu", vorn_send_packet_from_cpu, "packet"),
+#define VORN_ENTRY_POINT(name, params, kinds) api_command(vorn_meta::entry_point(#name), vorn_##name),
+#include "entry_points.def"
+#undef VORN_ENTRY_POINT
     };
 }
 

@@ -1,8 +1,9 @@
-// Commands derived from the API entry points themselves: one registration
-// per entry point names it, its function and its parameters; how each
-// argument is read from a word and how each output is printed follows from
-// the parameter's type (and, for byte pointers, from its name: a "mac" is a
-// MAC address, a "bitmap" a VLAN list, any other an IPv6 address).
+// Commands derived from the API entry points themselves: the entry-point
+// table (meta/entry_points.def) gives each one's name and its parameters with
+// their kinds; how each argument is read from a word and how each output is
+// printed follows from the parameter's type, and for what a type leaves open
+// (a byte pointer is a MAC, an IPv6 address or mask, or a VLAN bitmap; an
+// unsigned int an IPv4 address or a number) from its kind.
 #ifndef VORNSH_API_COMMANDS_HH
 #define VORNSH_API_COMMANDS_HH
 
@@ -18,11 +19,14 @@
 #include <utility>
 #include <vector>
 
+#include "entry_points.hh"
 #include "events.hh"
 #include "vorn_api.hh"
 #include "words.hh"
 
 namespace vornsh {
+
+using vorn_meta::Param;
 
 // How one parameter type is read and printed.  `words` is how many words an
 // argument takes from the command line (0 for what the shell supplies).
@@ -32,139 +36,142 @@ struct Arg;
 template <class T>
 struct InputArg {
     T value{};
-    static int words(const std::string&) { return 1; }
-    static std::vector<std::string> choices(const std::string&) { return {}; }
+    static int words(const Param&) { return 1; }
+    static std::vector<std::string> choices(const Param&) { return {}; }
     T& get() { return value; }
-    void print(std::ostream&, const std::string&) const {}
+    void print(std::ostream&, const Param&) const {}
 };
 
 template <class T>
 struct OutputArg {
     T value{};
-    static int words(const std::string&) { return 0; }
-    void read(const std::string&, const std::string&) {}
+    static int words(const Param&) { return 0; }
+    void read(const std::string&, const Param&) {}
     T& get() { return value; }
 };
 
-// Unsigned numbers read by name: an IPv4 "address" or "mask" as a dotted
-// quad, the forward "mode" by name, any other as a number.
-std::string unsigned_text(unsigned int value, const std::string& name);
+// Unsigned numbers: an IPv4 address or mask as a dotted quad, the forward
+// "mode" by name, any other as a number.
+std::string unsigned_text(unsigned int value, const Param& param);
 template <>
 struct Arg<unsigned int> : InputArg<unsigned int> {
-    static std::string sample(const std::string& n);
-    static std::vector<std::string> choices(const std::string& n) { return n == "mode" ? forward_mode_names() : std::vector<std::string>(); }
-    void read(const std::string& w, const std::string& name);
+    static std::string sample(const Param& param);
+    static std::vector<std::string> choices(const Param& param) { return param.name == "mode" ? forward_mode_names() : std::vector<std::string>(); }
+    void read(const std::string& w, const Param& param);
 };
 template <>
 struct Arg<unsigned short> : InputArg<unsigned short> {
-    static std::string sample(const std::string&) { return "0x0800"; }
-    void read(const std::string& w, const std::string&) { value = static_cast<unsigned short>(read_number(w, 0xffff)); }
+    static std::string sample(const Param&) { return "0x0800"; }
+    void read(const std::string& w, const Param&) { value = static_cast<unsigned short>(read_number(w, 0xffff)); }
 };
 template <>
 struct Arg<int> : InputArg<int> {
-    static std::string sample(const std::string&) { return "100"; }
-    void read(const std::string& w, const std::string&) { value = static_cast<int>(read_signed(w, -2147483647 - 1, 2147483647)); }
+    static std::string sample(const Param&) { return "100"; }
+    void read(const std::string& w, const Param&) { value = static_cast<int>(read_signed(w, -2147483647 - 1, 2147483647)); }
 };
 template <>
 struct Arg<bool> : InputArg<bool> {
-    static std::string sample(const std::string&) { return "on"; }
-    static std::vector<std::string> choices(const std::string&) { return flag_names(); }
-    void read(const std::string& w, const std::string&) { value = read_flag(w); }
+    static std::string sample(const Param&) { return "on"; }
+    static std::vector<std::string> choices(const Param&) { return flag_names(); }
+    void read(const std::string& w, const Param&) { value = read_flag(w); }
 };
 template <>
 struct Arg<const std::string&> : InputArg<std::string> {
-    static std::string sample(const std::string&) { return "trace_level_sdk"; }
-    void read(const std::string& w, const std::string&) { value = w; }
+    static std::string sample(const Param&) { return "trace_level_sdk"; }
+    void read(const std::string& w, const Param&) { value = w; }
 };
 template <>
 struct Arg<const Usp&> : InputArg<Usp> {
-    static std::string sample(const std::string& n) { return n == "lag" ? "0/1/1" : n == "target" ? "1/1/48" : "1/1/3"; }
-    void read(const std::string& w, const std::string&) { value = read_port(w); }
+    static std::string sample(const Param& param) { return param.name == "lag" ? "0/1/1" : param.name == "target" ? "1/1/48" : "1/1/3"; }
+    void read(const std::string& w, const Param&) { value = read_port(w); }
 };
 template <>
 struct Arg<const std::list<Usp>&> : InputArg<std::list<Usp>> {
-    static std::string sample(const std::string&) { return "1/1/1-4,1/1/9"; }
-    void read(const std::string& w, const std::string&) { value = read_ports(w); }
+    static std::string sample(const Param&) { return "1/1/1-4,1/1/9"; }
+    void read(const std::string& w, const Param&) { value = read_ports(w); }
 };
 template <class E>
 struct Arg<E, typename std::enable_if<std::is_enum<E>::value>::type> : InputArg<E> {
-    static std::string sample(const std::string&) { return EnumNames<E>::list().back().name; }
-    static std::vector<std::string> choices(const std::string&) { return enum_names<E>(); }
-    void read(const std::string& w, const std::string&) { this->value = read_enum<E>(w); }
+    static std::string sample(const Param&) { return EnumNames<E>::list().back().name; }
+    static std::vector<std::string> choices(const Param&) { return enum_names<E>(); }
+    void read(const std::string& w, const Param&) { this->value = read_enum<E>(w); }
 };
 template <>
 struct Arg<const Packet&> : InputArg<Packet> {
-    static std::string sample(const std::string&) { return "ffffffffffff02000000000108060001"; }
-    void read(const std::string& w, const std::string&) { value.set_data(read_hex(w)); }
+    static std::string sample(const Param&) { return "ffffffffffff02000000000108060001"; }
+    void read(const std::string& w, const Param&) { value.set_data(read_hex(w)); }
 };
 template <>
 struct Arg<of_action_param_s> : InputArg<of_action_param_s> {
-    static std::string sample(const std::string&) { return "9"; }
-    void read(const std::string& w, const std::string&);
+    static std::string sample(const Param&) { return "9"; }
+    void read(const std::string& w, const Param&);
 };
 template <>
 struct Arg<const of_flow_qualify_udf_s&> : InputArg<of_flow_qualify_udf_s> {
-    static std::string sample(const std::string&) { return "-"; }
-    void read(const std::string& w, const std::string&);
+    static std::string sample(const Param&) { return "-"; }
+    void read(const std::string& w, const Param&);
 };
 template <>
 struct Arg<const of_flow_s&> : InputArg<of_flow_s> {
-    static std::string sample(const std::string&) { return "in=1/1/1,eth=0x0806"; }
+    static std::string sample(const Param&) { return "in=1/1/1,eth=0x0806"; }
     Arg() { std::memset(&value.match, 0, sizeof value.match); }
-    void read(const std::string& w, const std::string&);
+    void read(const std::string& w, const Param&);
 };
 
-// Byte pointers: read by name; kept in the argument itself.
+// Byte pointers: read by kind; kept in the argument itself.
 template <>
 struct Arg<const unsigned char*> {
     std::vector<unsigned char> bytes;
     const unsigned char* pointer = nullptr;
-    static int words(const std::string&) { return 1; }
-    static std::string sample(const std::string& n)
+    static int words(const Param&) { return 1; }
+    static std::string sample(const Param& param)
     {
-        return n.find("mac") != std::string::npos ? "00:11:22:33:44:55"
-               : n.find("bitmap") != std::string::npos ? "1"
-               : n.find("mask") != std::string::npos ? "ffff:ffff:ffff:ffff::" : "2001:db8::1";
+        switch (param.kind) {
+        case vorn_meta::Kind::mac: return "00:11:22:33:44:55";
+        case vorn_meta::Kind::vlan_bitmap: return "1";
+        case vorn_meta::Kind::ipv6_mask: return "ffff:ffff:ffff:ffff::";
+        default: return "2001:db8::1";
+        }
     }
-    void read(const std::string& w, const std::string& name);
+    void read(const std::string& w, const Param& param);
     const unsigned char* get() { return pointer; }
-    void print(std::ostream&, const std::string&) const {}
+    void print(std::ostream&, const Param&) const {}
 };
 template <>
 struct Arg<unsigned char*> {
     std::vector<unsigned char> bytes = std::vector<unsigned char>(512, 0);
-    static int words(const std::string& name) { return name.find("bitmap") != std::string::npos ? 1 : 0; }
-    static std::string sample(const std::string&) { return "1"; }
-    void read(const std::string& w, const std::string& name);
+    static int words(const Param& param) { return param.kind == vorn_meta::Kind::vlan_bitmap ? 1 : 0; }
+    static std::string sample(const Param&) { return "1"; }
+    void read(const std::string& w, const Param& param);
     unsigned char* get() { return bytes.data(); }
-    void print(std::ostream& out, const std::string& name) const;
+    void print(std::ostream& out, const Param& param) const;
 };
 template <>
 struct Arg<unsigned char (&)[6]> {
     unsigned char mac[6] = {0, 0, 0, 0, 0, 0};
-    static int words(const std::string&) { return 0; }
-    void read(const std::string&, const std::string&) {}
+    static int words(const Param&) { return 0; }
+    void read(const std::string&, const Param&) {}
     unsigned char (&get())[6] { return mac; }
-    void print(std::ostream& out, const std::string& name) const { out << " " << name << "=" << mac_text(mac); }
+    void print(std::ostream& out, const Param& param) const { out << " " << param.name << "=" << mac_text(mac); }
 };
 
 // Outputs.
 template <class T>
 struct PrintedOutput : OutputArg<T> {
-    void print(std::ostream& out, const std::string& name) const { out << " " << name << "=" << this->value; }
+    void print(std::ostream& out, const Param& param) const { out << " " << param.name << "=" << this->value; }
 };
 template <>
 struct Arg<unsigned int&> : OutputArg<unsigned int> {
-    void print(std::ostream& out, const std::string& name) const { out << " " << name << "=" << unsigned_text(value, name); }
+    void print(std::ostream& out, const Param& param) const { out << " " << param.name << "=" << unsigned_text(value, param); }
 };
 template <>
 struct Arg<port_ability_type_t> : InputArg<port_ability_type_t> {
-    static std::string sample(const std::string&) { return "100fd,1000fd,autoneg"; }
-    void read(const std::string& w, const std::string&) { value = read_ability_list(w); }
+    static std::string sample(const Param&) { return "100fd,1000fd,autoneg"; }
+    void read(const std::string& w, const Param&) { value = read_ability_list(w); }
 };
 template <>
 struct Arg<port_ability_type_t&> : OutputArg<port_ability_type_t> {
-    void print(std::ostream& out, const std::string& name) const { out << " " << name << "=" << ability_list_text(value); }
+    void print(std::ostream& out, const Param& param) const { out << " " << param.name << "=" << ability_list_text(value); }
 };
 template <>
 struct Arg<int&> : PrintedOutput<int> {};
@@ -172,27 +179,27 @@ template <>
 struct Arg<unsigned long long&> : PrintedOutput<unsigned long long> {};
 template <>
 struct Arg<bool&> : OutputArg<bool> {
-    void print(std::ostream& out, const std::string& name) const { out << " " << name << "=" << (value ? "on" : "off"); }
+    void print(std::ostream& out, const Param& param) const { out << " " << param.name << "=" << (value ? "on" : "off"); }
 };
 template <class E>
 struct Arg<E&, typename std::enable_if<std::is_enum<E>::value>::type> : OutputArg<E> {
-    void print(std::ostream& out, const std::string& name) const
+    void print(std::ostream& out, const Param& param) const
     {
-        out << " " << name << "=" << enum_text(this->value);
+        out << " " << param.name << "=" << enum_text(this->value);
     }
 };
 template <>
 struct Arg<Usp&> : OutputArg<Usp> {
-    void print(std::ostream& out, const std::string& name) const { out << " " << name << "=" << port_text(value); }
+    void print(std::ostream& out, const Param& param) const { out << " " << param.name << "=" << port_text(value); }
 };
 template <>
 struct Arg<std::list<Usp>&> : OutputArg<std::list<Usp>> {
-    void print(std::ostream& out, const std::string& name) const { out << " " << name << "=" << ports_text(value); }
+    void print(std::ostream& out, const Param& param) const { out << " " << param.name << "=" << ports_text(value); }
 };
 template <class Counter>
 struct Arg<std::list<Counter>&, typename std::enable_if<!std::is_same<Counter, Usp>::value>::type>
     : OutputArg<std::list<Counter>> {
-    void print(std::ostream& out, const std::string&) const
+    void print(std::ostream& out, const Param&) const
     {
         for (const Counter& counter : this->value) out << " " << enum_text(counter.type) << "=" << counter.value;
     }
@@ -200,35 +207,35 @@ struct Arg<std::list<Counter>&, typename std::enable_if<!std::is_same<Counter, U
 // The brief "all" getters take their list by value: nothing comes back.
 template <class Counter>
 struct Arg<std::list<Counter>> : OutputArg<std::list<Counter>> {
-    void print(std::ostream&, const std::string&) const {}
+    void print(std::ostream&, const Param&) const {}
 };
 template <class Counter>
 struct Arg<Counter*, typename std::enable_if<std::is_class<Counter>::value>::type> {
     Counter counters[STAT_TYPE_COUNT];
-    static int words(const std::string&) { return 0; }
-    void read(const std::string&, const std::string&) {}
+    static int words(const Param&) { return 0; }
+    void read(const std::string&, const Param&) {}
     Counter* get() { return counters; }
-    void print(std::ostream&, const std::string&) const {}
+    void print(std::ostream&, const Param&) const {}
 };
 
 // Callbacks and opaque pointers are the shell's own (see events.hh).
 template <class R, class... A>
 struct Arg<R (*)(A...)> {
-    static int words(const std::string&) { return 0; }
-    void read(const std::string&, const std::string&) {}
+    static int words(const Param&) { return 0; }
+    void read(const std::string&, const Param&) {}
     R (*get())(A...) { return recorder<R (*)(A...)>(); }
-    void print(std::ostream&, const std::string&) const {}
+    void print(std::ostream&, const Param&) const {}
 };
 template <>
 struct Arg<void*> {
     void* pointer = nullptr;
     Arg() {}
-    static int words(const std::string& name) { return name == "callback" ? 1 : 0; }
-    static std::string sample(const std::string&) { return "mac"; }
-    static std::vector<std::string> choices(const std::string&) { return recorder_names(); }
-    void read(const std::string& w, const std::string& name);
+    static int words(const Param& param) { return param.kind == vorn_meta::Kind::callback ? 1 : 0; }
+    static std::string sample(const Param&) { return "mac"; }
+    static std::vector<std::string> choices(const Param&) { return recorder_names(); }
+    void read(const std::string& w, const Param& param);
     void* get() { return pointer; }
-    void print(std::ostream& out, const std::string& name) const;
+    void print(std::ostream& out, const Param& param) const;
 };
 
 // One word of a command's form: a sub-command word typed as it stands, or a
@@ -272,7 +279,7 @@ const Form& select_form(const Command& command, const Words& words);
 template <class A, class = void>
 struct has_sample : std::false_type {};
 template <class A>
-struct has_sample<A, decltype(void(A::sample(std::string())))> : std::true_type {};
+struct has_sample<A, decltype(void(A::sample(Param())))> : std::true_type {};
 
 namespace detail {
 
@@ -286,35 +293,35 @@ inline std::vector<std::string> names_of(const std::string& names)
 }
 
 template <class Tuple, std::size_t... I>
-void read_all(Tuple& args, const std::vector<std::string>& names, const std::vector<std::string>& words,
+void read_all(Tuple& args, const std::vector<Param>& params, const std::vector<std::string>& words,
               std::index_sequence<I...>)
 {
     std::size_t next = 0;
-    // What the shell supplies itself (outputs, callbacks) is prepared by name.
-    auto read_one = [&](auto& arg, const std::string& name) {
-        arg.read(arg.words(name) == 0 ? std::string() : words.at(next++), name);
+    // What the shell supplies itself (outputs, callbacks) is prepared by kind.
+    auto read_one = [&](auto& arg, const Param& param) {
+        arg.read(arg.words(param) == 0 ? std::string() : words.at(next++), param);
     };
     (void)read_one;
-    (void)std::initializer_list<int>{(read_one(std::get<I>(args), names[I]), 0)...};
+    (void)std::initializer_list<int>{(read_one(std::get<I>(args), params[I]), 0)...};
 }
 
 template <class Tuple, std::size_t... I>
-void print_all(const Tuple& args, const std::vector<std::string>& names, std::ostream& out,
+void print_all(const Tuple& args, const std::vector<Param>& params, std::ostream& out,
                std::index_sequence<I...>)
 {
     (void)args;
-    (void)names;
+    (void)params;
     (void)out;
-    (void)std::initializer_list<int>{(std::get<I>(args).print(out, names[I]), 0)...};
+    (void)std::initializer_list<int>{(std::get<I>(args).print(out, params[I]), 0)...};
 }
 
 template <class A>
-std::string sample_of(const std::string& name, std::true_type)
+std::string sample_of(const Param& param, std::true_type)
 {
-    return A::sample(name);
+    return A::sample(param);
 }
 template <class A>
-std::string sample_of(const std::string&, std::false_type)
+std::string sample_of(const Param&, std::false_type)
 {
     return "";
 }
@@ -322,89 +329,60 @@ std::string sample_of(const std::string&, std::false_type)
 template <class A, class = void>
 struct has_choices : std::false_type {};
 template <class A>
-struct has_choices<A, decltype(void(A::choices(std::string())))> : std::true_type {};
+struct has_choices<A, decltype(void(A::choices(Param())))> : std::true_type {};
 template <class A>
-std::vector<std::string> choices_of(const std::string& name, std::true_type)
+std::vector<std::string> choices_of(const Param& param, std::true_type)
 {
-    return A::choices(name);
+    return A::choices(param);
 }
 template <class A>
-std::vector<std::string> choices_of(const std::string&, std::false_type)
+std::vector<std::string> choices_of(const Param&, std::false_type)
 {
     return {};
 }
 
+// The value word of one parameter, or nothing for what the shell supplies.
+template <class A>
+void add_value_word(Form& form, std::string& sample_words, const Param& param)
+{
+    if (!A::words(param)) return;
+    form.words.push_back(FormWord{FormWord::Value, param.name,
+                                  choices_of<A>(param, std::integral_constant<bool, has_choices<A>::value>())});
+    sample_words += " " + sample_of<A>(param, std::integral_constant<bool, has_sample<A>::value>());
+}
+
 }  // namespace detail
 
-// The command of one API entry point: `names` names its parameters in order.
-// `example`, when given, replaces the sample arguments of the example.
+// The example of an entry point's command: its name and the sample words of
+// its values, after the commands that make what the example needs.
+std::string example_of(const std::string& name, const std::string& sample_words);
+
+// The command of one API entry point, from its row of the entry-point table.
 template <class... Params>
-Command api_command(const std::string& name, bool (*entry)(Params...), const std::string& names,
-                    const std::string& example = "")
+Command api_command(const vorn_meta::EntryPoint& row, bool (*entry)(Params...))
 {
+    if (row.params.size() != sizeof...(Params))
+        throw std::logic_error("vorn_" + row.name + ": the entry-point table's parameters");
     Command command;
-    command.name = name;
-    const std::vector<std::string> parameter_names = detail::names_of(names);
-    if (parameter_names.size() != sizeof...(Params)) throw std::logic_error(name + ": parameter names");
+    command.name = row.name;
+    command.summary = "calls vorn_" + row.name;
     Form only;
-    {
-        std::size_t i = 0;
-        (void)std::initializer_list<int>{
-            (Arg<Params>::words(parameter_names[i])
-                 ? (only.words.push_back(FormWord{
-                        FormWord::Value, parameter_names[i],
-                        detail::choices_of<Arg<Params>>(
-                            parameter_names[i], std::integral_constant<bool, detail::has_choices<Arg<Params>>::value>())}),
-                    command.example += " " + detail::sample_of<Arg<Params>>(
-                                                 parameter_names[i],
-                                                 std::integral_constant<bool, has_sample<Arg<Params>>::value>()),
-                    0)
-                 : 0,
-             ++i, 0)...};
-    }
-    command.example = name + (example.empty() ? command.example : " " + example);
-    command.summary = "calls vorn_" + name;
-    only.run = [entry, parameter_names, name](const Words& words, std::ostream& out) {
+    std::string sample_words;
+    std::size_t i = 0;
+    (void)i;
+    (void)std::initializer_list<int>{
+        (detail::add_value_word<Arg<Params>>(only, sample_words, row.params[i++]), 0)...};
+    command.example = example_of(row.name, sample_words);
+    only.run = [entry, row](const Words& words, std::ostream& out) {
         std::tuple<Arg<Params>...> args;
-        detail::read_all(args, parameter_names, words, std::index_sequence_for<Params...>());
+        detail::read_all(args, row.params, words, std::index_sequence_for<Params...>());
         const bool ok = std::apply([&](auto&... arg) { return entry(arg.get()...); }, args);
-        out << name << ": " << (ok ? "true" : "false");
-        if (ok) detail::print_all(args, parameter_names, out, std::index_sequence_for<Params...>());
+        out << row.name << ": " << (ok ? "true" : "false");
+        if (ok) detail::print_all(args, row.params, out, std::index_sequence_for<Params...>());
         out << "\n";
         return ok;
     };
     command.forms.push_back(only);
-    return command;
-}
-
-// What an example needs that a fresh card lacks.  The example first makes
-// it with the API commands themselves, then runs the command it shows.
-enum class Needs {
-    Lag,               // LAG 0/1/1
-    LagMembers,        // LAG 0/1/1 of 1/1/1-4,1/1/9
-    MacCallback,       // the shell's MAC-update callback registered
-    ProtocolVlan,      // 1/1/3: SNAP frames of protocol 0x0800 to VLAN 1
-    Mac,               // 00:11:22:33:44:55 on 1/1/3 in VLAN 1
-    L3Interface,       // L3 interface 1: 00:11:22:33:44:55 in VLAN 1
-    HostIp4,           // host 10.0.0.1 on 1/1/3 through L3 interface 1
-    HostIp6,           // host 2001:db8::1 on 1/1/3 through L3 interface 1
-    RouteIp4,          // route 10.0.0.0/24 via 1/1/3 through L3 interface 1
-    RouteIp6,          // route 2001:db8::/64 via 1/1/3 through L3 interface 1
-    Flow,              // flow 1
-    FlowAction,        // flow 1 mirroring to 9
-    ArpFilter,         // 10.0.0.0/24
-    IpProtocolFilter,  // protocol 1
-    L4PortFilter,      // destination port 1
-};
-// The commands that make what `need` names, each followed by " ; ".
-std::string preparation(Needs need);
-
-// The command of an entry point whose example needs `need`.
-template <class... Params>
-Command api_command(const std::string& name, bool (*entry)(Params...), const std::string& names, Needs need)
-{
-    Command command = api_command(name, entry, names);
-    command.example = preparation(need) + command.example;
     return command;
 }
 

@@ -331,7 +331,7 @@ int flow_port(const std::string& word)
 bool flow_add(const Words& w, std::ostream& out)
 {
     Arg<const of_flow_s&> match;
-    match.read(w[1], "flow");
+    match.read(w[1], vorn_meta::entry_point("add_of_flow").params[0]);
     const bool prioritised = w.size() > 2;
     const int priority = prioritised ? static_cast<int>(read_signed(w[2], 0, 65535)) : 0;
     unsigned int id = 0;
