@@ -24,6 +24,11 @@ struct PortSetting {
     // (the CoS key, the MSTP instance, the flood-blocking peer): the getter
     // reads the value of that selection.
     std::size_t keys = 0;
+    // The keys worth reading back (the running configuration reads each):
+    // every CoS key, the MSTP instances some port has, every port as a peer.
+    std::function<std::vector<Words>()> every_key;
+    // False where the value is not configuration (the link is the cable's).
+    bool configuration = true;
     // Reads the value words (throws BadWord) and calls the API setter.
     std::function<bool(const Usp& port, const Words& values)> set;
     // Calls the API getter and gives back the value words that `set` reads

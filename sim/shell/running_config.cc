@@ -135,25 +135,6 @@ private:
     const vorn_sim::PortState saved_;
 };
 
-// The keys a keyed setting is read for: MSTP instances some port has, the
-// eight CoS and priority keys, every port as a flood-blocking peer.
-std::vector<Words> keys_of(const PortSetting& setting)
-{
-    std::vector<Words> keys;
-    if (setting.keys == 0) return {Words()};
-    if (setting.name == "mstp") {
-        std::set<unsigned int> instances;
-        for (const Usp& port : card_ports())
-            for (const auto& instance : state_of(port).mstp) instances.insert(instance.first);
-        for (unsigned int instance : instances) keys.push_back({std::to_string(instance)});
-    } else if (setting.name == "flood-to") {
-        for (const Usp& port : card_ports()) keys.push_back({port_text(port)});
-    } else {
-        for (unsigned int key = 0; key < 8; ++key) keys.push_back({std::to_string(key)});
-    }
-    return keys;
-}
-
 // Each setting the library reads back, for the ports where it differs from
 // bring-up, ports of one value on one line; then the two the library
 // cannot read back (l2, protocol VLANs) from the model.
@@ -164,8 +145,8 @@ void print_port_settings(std::ostream& out)
     vorn_usp_to_mp(ports.front(), first);
     const vorn_sim::PortState fresh_state = *vorn_sim::SwitchModel(vorn_sim::config()).port_state(first);
     for (const PortSetting& setting : port_settings()) {
-        if (!setting.get || setting.name == "link") continue;  // the link is the cable's, not configuration
-        for (const Words& keys : keys_of(setting)) {
+        if (!setting.get || !setting.configuration) continue;
+        for (const Words& keys : setting.keys == 0 ? std::vector<Words>{Words()} : setting.every_key()) {
             std::string fresh;  // stays empty where a fresh port has no value (not mirrored, ...)
             {
                 const PortAtBringUp sample(ports.front(), fresh_state);
