@@ -4,17 +4,25 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
+
 #include "snapshot.hh"
 #include "vorn_contract.hh"
 
 namespace refusal_cases {
 
-void mac_callback(L2Addr*, int, void*) {}
-void mac_callback_c(ctype_l2_addr_s*, int, void*) {}
-void link_callback(LinkStatus*, Usp*) {}
-void link_callback_c(ctype_link_status_s*, usp_s*) {}
-void rx_callback(RxPacket*, void*) {}
-void rx_callback_c(ctype_rx_packet_s*, void*) {}
+namespace {
+// How often each registered callback was called, in registration order.
+int calls[6];
+}  // namespace
+
+void mac_callback(L2Addr*, int, void*) { ++calls[0]; }
+void mac_callback_c(ctype_l2_addr_s*, int, void*) { ++calls[1]; }
+void link_callback(LinkStatus*, Usp*) { ++calls[2]; }
+void link_callback_c(ctype_link_status_s*, usp_s*) { ++calls[3]; }
+void rx_callback(RxPacket*, void*) { ++calls[4]; }
+void rx_callback_c(ctype_rx_packet_s*, void*) { ++calls[5]; }
 
 vorn_sim::Config small_card()
 {
@@ -41,6 +49,13 @@ of_flow_mp_s flow_from(const Mp& in_port)
     return flow;
 }
 
+std::vector<unsigned char> frame_from(const unsigned char* source)
+{
+    std::vector<unsigned char> frame(64, 0);
+    for (int i = 0; i < 6; ++i) frame[i] = 0xff, frame[6 + i] = source[i];
+    return frame;
+}
+
 namespace {
 
 // Each step of the common state, named for the report when one fails.
@@ -48,13 +63,6 @@ struct Step {
     const char* what;
     std::function<bool(Model&)> run;
 };
-
-std::vector<unsigned char> frame_from(const unsigned char* source)
-{
-    std::vector<unsigned char> frame(64, 0);
-    for (int i = 0; i < 6; ++i) frame[i] = 0xff, frame[6 + i] = source[i];
-    return frame;
-}
 
 const std::vector<Step>& common_steps()
 {
@@ -148,6 +156,25 @@ Packet some_packet()
     return packet;
 }
 
+namespace {
+
+// The registrations and the trace switch are no table the snapshot can
+// read: one event of each kind must reach each callback exactly once, and
+// nothing may be traced.
+void check_callbacks_and_trace(Model& model, const std::vector<std::string>& trace)
+{
+    std::fill(std::begin(calls), std::end(calls), 0);
+    model.delete_mac_by_mac(mac_a);                          // one entry: a MAC event
+    model.cable(port8, Usp(1, 1, 8), false);                 // a link event
+    model.receive(port1, Usp(1, 1, 1), 10, frame_from(multicast_mac));  // to the CPU, nothing learned
+    const char* const names[] = {"mac_callback", "mac_callback_c", "link_callback", "link_callback_c",
+                                 "rx_callback", "rx_callback_c"};
+    for (int i = 0; i < 6; ++i) EXPECT_EQ(calls[i], 1) << names[i] << " was called " << calls[i] << " times";
+    EXPECT_TRUE(trace.empty()) << "tracing is on: " << trace.front();
+}
+
+}  // namespace
+
 bool build_common_state(Model& model)
 {
     for (const Step& step : common_steps())
@@ -163,7 +190,9 @@ void check_refusals(const std::vector<RefusalCase>& cases)
     for (const RefusalCase& c : cases) {
         SCOPED_TRACE(std::string(slot_name(c.slot)) + ": " + c.reason);
         std::vector<Refusal> heard;
+        std::vector<std::string> trace;
         vorn_sim::ModelHooks hooks;
+        hooks.trace = [&](const std::string& line) { trace.push_back(line); };
         hooks.refusal = [&](int slot, const std::string& operation, const std::string& reason) {
             heard.push_back(Refusal{slot, operation, reason});
         };
@@ -182,6 +211,7 @@ void check_refusals(const std::vector<RefusalCase>& cases)
         EXPECT_FALSE(c.call(model)) << "the call was accepted";
         const std::string after = snapshot(model);
         EXPECT_TRUE(after == before) << "the refused call changed the tables:\n" << snapshot_changes(before, after);
+        check_callbacks_and_trace(model, trace);
         if (heard.size() != 1) {
             ADD_FAILURE() << "the refusal hook heard " << heard.size() << " refusals";
             continue;

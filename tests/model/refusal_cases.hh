@@ -27,7 +27,7 @@ struct RefusalCase {
 
 // What the common state is built from; the names the cases use.
 const Mp nowhere(0, 99);               // no port of the card
-const Mp port1(0, 1), port2(0, 2), port3(0, 3), port4(0, 4), port5(0, 5), port6(0, 6), port7(0, 7);
+const Mp port1(0, 1), port2(0, 2), port3(0, 3), port4(0, 4), port5(0, 5), port6(0, 6), port7(0, 7), port8(0, 8);
 const Mp lag0(0, 0);                   // LAG 0, with trunk
 const Mp no_lag(0, 1);                 // no LAG exists with id 1
 const unsigned char mac_a[6] = {0x00, 0x11, 0x22, 0x33, 0x44, 0x0a};  // static on port1, VLAN 10
@@ -50,9 +50,11 @@ void link_callback(LinkStatus*, Usp*);
 void link_callback_c(ctype_link_status_s*, usp_s*);
 void rx_callback(RxPacket*, void*);
 void rx_callback_c(ctype_rx_packet_s*, void*);
-// A flow matching on its in-port; a 60-byte frame.
+// A flow matching on its in-port; a 60-byte packet; a broadcast frame from
+// `source`.
 of_flow_mp_s flow_from(const Mp& in_port);
 Packet some_packet();
+std::vector<unsigned char> frame_from(const unsigned char* source);
 
 // A small card (8 ports, 2 LAGs of 2 members, small tables) ...
 vorn_sim::Config small_card();
