@@ -157,6 +157,10 @@ const std::vector<Step>& common_steps()
                     m.add_of_flow_action(1, OF_ACTION_OUTPUT, output_to_port2, port2) &&
                     m.set_of_flow_priority(1, 100);
          }},
+        {"switch-wide settings",
+         [](Model& m) {
+             return m.set_switch_forward_mode(1) && m.set_switch_unknown_unicast_to_cpu(true);
+         }},
         {"filters",
          [](Model& m) {
              return m.add_arp_filter(0x0a000000, 0xff000000) && m.add_ip_protocol_filter(17) &&

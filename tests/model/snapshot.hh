@@ -136,7 +136,9 @@ private:
 }  // namespace snapshot_text
 
 // The model's tables, one line per entry.  port_state() is the only view that
-// is not const; it is read here, never written.
+// is not const; it is read here, never written.  The switch-wide settings
+// have no view: they are read with the SDK's own getters, which change
+// nothing.
 inline std::string snapshot(vorn_sim::SwitchModel& model)
 {
     using namespace snapshot_text;
@@ -171,6 +173,17 @@ inline std::string snapshot(vorn_sim::SwitchModel& model)
             s.line() << l.first << " members " << ports(l.second.members) << " psc " << l.second.psc
                      << " limit " << l.second.mac_limit;
         all += s.text();
+    }
+    {
+        unsigned int forward_mode = 0;
+        bool unknown_unicast_to_cpu = false;
+        const bool read = model.get_switch_forward_mode(forward_mode) &&
+                          model.get_switch_unknown_unicast_to_cpu(unknown_unicast_to_cpu);
+        all += "switch " +
+               (read ? "forward-mode " + std::to_string(forward_mode) + " unknown-unicast-to-cpu " +
+                           std::to_string(unknown_unicast_to_cpu)
+                     : std::string("settings unreadable")) +
+               "\n";
     }
     {
         Section s("fdb");
