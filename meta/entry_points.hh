@@ -44,9 +44,18 @@ struct Spec {
 
 // The words the kinds column is written in: in(usp), out(number), ...
 namespace spelling {
-constexpr Spec in(Kind kind) { return {Dir::in, kind}; }
-constexpr Spec out(Kind kind) { return {Dir::out, kind}; }
-constexpr Spec in_out(Kind kind) { return {Dir::in_out, kind}; }
+constexpr Spec in(Kind kind)
+{
+    return {Dir::in, kind};
+}
+constexpr Spec out(Kind kind)
+{
+    return {Dir::out, kind};
+}
+constexpr Spec in_out(Kind kind)
+{
+    return {Dir::in_out, kind};
+}
 constexpr Kind number = Kind::number, flag = Kind::flag, text = Kind::text, port = Kind::port,
                usp = Kind::usp, port_list = Kind::port_list, usp_list = Kind::usp_list,
                mac = Kind::mac, ipv4 = Kind::ipv4, ipv6 = Kind::ipv6, ipv6_mask = Kind::ipv6_mask,

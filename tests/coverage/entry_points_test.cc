@@ -30,11 +30,13 @@ constexpr std::size_t arity(bool (*)(Params...))
 }
 namespace spelling = vorn_meta::entry_point_detail::spelling;
 using vorn_meta::entry_point_detail::kind_count;
-#define VORN_ENTRY_POINT(name, params, kinds)                                                    \
-    static_assert([] {                                                                           \
-        using namespace spelling;                                                                \
-        return kind_count kinds == arity(&vorn_##name);                                          \
-    }(), "entry_points.def: vorn_" #name " takes another number of parameters than it has kinds");
+#define VORN_ENTRY_POINT(name, params, kinds)               \
+    static_assert(                                          \
+        [] {                                                \
+            using namespace spelling;                       \
+            return kind_count kinds == arity(&vorn_##name); \
+        }(),                                                \
+        "entry_points.def: vorn_" #name " takes another number of parameters than it has kinds");
 #include "entry_points.def"
 #undef VORN_ENTRY_POINT
 
@@ -45,7 +47,8 @@ std::multimap<std::string, std::vector<std::string>> declared_entry_points()
     std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
     text = std::regex_replace(text, std::regex("//[^\n]*"), "");
     // A callback's own parameter list is one parameter: "void (*callback)(...)".
-    text = std::regex_replace(text, std::regex(R"(\(\s*[*&]\s*(\w+)\s*\)(\s*\([^()]*\)|\s*\[\d+\])?)"), " $1");
+    text = std::regex_replace(
+        text, std::regex(R"(\(\s*[*&]\s*(\w+)\s*\)(\s*\([^()]*\)|\s*\[\d+\])?)"), " $1");
     const std::regex declaration(R"(VORN_API\s+bool\s+vorn_(\w+)\s*\(([^)]*)\))");
     const std::regex last_word(R"((\w+)\s*$)");
     std::multimap<std::string, std::vector<std::string>> declared;
@@ -89,10 +92,12 @@ TEST(EntryPointTable, ListsEveryDeclaredEntryPointOnceWithTheHeadersParameterNam
         ++rows[row.name];
         const auto found = declared.find(row.name);
         if (found == declared.end()) {
-            ADD_FAILURE() << "entry_points.def lists vorn_" << row.name << ", which the header does not declare";
+            ADD_FAILURE() << "entry_points.def lists vorn_" << row.name
+                          << ", which the header does not declare";
             continue;
         }
-        EXPECT_EQ(joined(param_names(row)), joined(found->second)) << "parameters of vorn_" << row.name;
+        EXPECT_EQ(joined(param_names(row)), joined(found->second))
+            << "parameters of vorn_" << row.name;
     }
     for (const auto& each : declared)
         EXPECT_EQ(rows[each.first], 1) << "rows of vorn_" << each.first << " in entry_points.def";
@@ -121,14 +126,16 @@ TEST(EntryPointCoverage, EveryFramedEntryPointIsCalledWithoutAnSdk)
     for (const vorn_meta::EntryPoint& row : vorn_meta::entry_points()) {
         const auto reason = unframed.find(row.name);
         if (reason != unframed.end()) {
-            EXPECT_EQ(called.count(row.name), 0u) << "vorn_" << row.name << " " << reason->second
-                                                  << ", yet the framed calls list it";
+            EXPECT_EQ(called.count(row.name), 0u)
+                << "vorn_" << row.name << " " << reason->second << ", yet the framed calls list it";
             continue;
         }
-        EXPECT_EQ(called.count(row.name), 1u) << "vorn_" << row.name << " is missing from the framed calls (framed_calls.hh)";
+        EXPECT_EQ(called.count(row.name), 1u)
+            << "vorn_" << row.name << " is missing from the framed calls (framed_calls.hh)";
     }
     for (const std::string& name : called)
-        EXPECT_NO_THROW(vorn_meta::entry_point(name)) << "a framed call of " << name << ", which is no entry point";
+        EXPECT_NO_THROW(vorn_meta::entry_point(name))
+            << "a framed call of " << name << ", which is no entry point";
 }
 
 // An argument of any parameter type, value-initialised: zeros, empty
@@ -144,18 +151,22 @@ struct ZeroedBytes {
     Byte* get() { return bytes; }
 };
 template <>
-struct Zeroed<const unsigned char*> : ZeroedBytes<const unsigned char> {};
+struct Zeroed<const unsigned char*> : ZeroedBytes<const unsigned char> {
+};
 template <>
-struct Zeroed<unsigned char*> : ZeroedBytes<unsigned char> {};
+struct Zeroed<unsigned char*> : ZeroedBytes<unsigned char> {
+};
 template <class Counter>
 struct ZeroedCounters {
     Counter counters[STAT_TYPE_COUNT] = {};
     Counter* get() { return counters; }
 };
 template <>
-struct Zeroed<StatCounter64*> : ZeroedCounters<StatCounter64> {};
+struct Zeroed<StatCounter64*> : ZeroedCounters<StatCounter64> {
+};
 template <>
-struct Zeroed<StatCounter32*> : ZeroedCounters<StatCounter32> {};
+struct Zeroed<StatCounter32*> : ZeroedCounters<StatCounter32> {
+};
 
 template <class... Params>
 std::function<bool()> with_zeroed_arguments(bool (*entry)(Params...))
