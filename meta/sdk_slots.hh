@@ -3,6 +3,7 @@
 //
 //   vorn_sim::fail_slot(slot(Slot::create_vlan), 2);
 //   slot_name(Slot::create_vlan)  // "create_vlan"
+//   slot_args(Slot::add_mac_to_port)[1]  // {Dir::in, Kind::mac, "mac"}
 #ifndef VORN_META_SDK_SLOTS_HH
 #define VORN_META_SDK_SLOTS_HH
 

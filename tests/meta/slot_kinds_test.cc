@@ -27,7 +27,8 @@ constexpr bool one_of = (std::is_same<Bare<T>, Of>::value || ...);
 template <class T>
 constexpr bool writable()
 {
-    if (std::is_lvalue_reference<T>::value) return !std::is_const<std::remove_reference_t<T>>::value;
+    if (std::is_lvalue_reference<T>::value)
+        return !std::is_const<std::remove_reference_t<T>>::value;
     if (std::is_pointer<T>::value) return !std::is_const<std::remove_pointer_t<T>>::value;
     return false;
 }
@@ -36,31 +37,46 @@ template <class T>
 constexpr bool holds(Kind kind)
 {
     switch (kind) {
-    case Kind::number:
-        return (std::is_integral<Bare<T>>::value && !one_of<T, bool>) || std::is_enum<Bare<T>>::value;
-    case Kind::flag: return one_of<T, bool>;
-    case Kind::text: return one_of<T, std::string>;
-    case Kind::port: return one_of<T, Mp>;
-    case Kind::usp: return one_of<T, Usp>;
-    case Kind::port_list: return one_of<T, std::list<Mp>>;
-    case Kind::usp_list: return one_of<T, std::list<Usp>>;
-    case Kind::mac:
-    case Kind::ipv6:
-    case Kind::ipv6_mask:
-    case Kind::vlan_bitmap: return one_of<T, unsigned char*, const unsigned char*>;
-    case Kind::ipv4: return one_of<T, unsigned int>;
-    case Kind::packet: return one_of<T, Packet>;
-    case Kind::flow: return one_of<T, of_flow_mp_s>;
-    case Kind::flow_usp: return one_of<T, of_flow_s>;
-    case Kind::flow_udf: return one_of<T, of_flow_qualify_udf_s>;
-    case Kind::action_param: return one_of<T, of_action_param_s>;
-    case Kind::counters:
-        return one_of<T, std::list<StatCounter32>, std::list<StatCounter64>,
-                      std::list<BriefStatCounter32>, std::list<BriefStatCounter64>, StatCounter32*,
-                      StatCounter64*>;
-    case Kind::callback:
-        return std::is_function<std::remove_pointer_t<Bare<T>>>::value || one_of<T, void*>;
-    case Kind::user_data: return one_of<T, void*>;
+        case Kind::number:
+            return (std::is_integral<Bare<T>>::value && !one_of<T, bool>) ||
+                   std::is_enum<Bare<T>>::value;
+        case Kind::flag:
+            return one_of<T, bool>;
+        case Kind::text:
+            return one_of<T, std::string>;
+        case Kind::port:
+            return one_of<T, Mp>;
+        case Kind::usp:
+            return one_of<T, Usp>;
+        case Kind::port_list:
+            return one_of<T, std::list<Mp>>;
+        case Kind::usp_list:
+            return one_of<T, std::list<Usp>>;
+        case Kind::mac:
+        case Kind::ipv6:
+        case Kind::ipv6_mask:
+        case Kind::vlan_bitmap:
+            return one_of<T, unsigned char*, const unsigned char*>;
+        case Kind::ipv4:
+            return one_of<T, unsigned int>;
+        case Kind::packet:
+            return one_of<T, Packet>;
+        case Kind::flow:
+            return one_of<T, of_flow_mp_s>;
+        case Kind::flow_usp:
+            return one_of<T, of_flow_s>;
+        case Kind::flow_udf:
+            return one_of<T, of_flow_qualify_udf_s>;
+        case Kind::action_param:
+            return one_of<T, of_action_param_s>;
+        case Kind::counters:
+            return one_of<T, std::list<StatCounter32>, std::list<StatCounter64>,
+                          std::list<BriefStatCounter32>, std::list<BriefStatCounter64>,
+                          StatCounter32*, StatCounter64*>;
+        case Kind::callback:
+            return std::is_function<std::remove_pointer_t<Bare<T>>>::value || one_of<T, void*>;
+        case Kind::user_data:
+            return one_of<T, void*>;
     }
     return false;
 }
@@ -68,9 +84,11 @@ constexpr bool holds(Kind kind)
 template <class T>
 std::string misfit(const Arg& arg)
 {
-    if (!holds<T>(arg.kind)) return std::string(arg.name) + ": a " + kind_name(arg.kind) + " in the wrong type";
+    if (!holds<T>(arg.kind))
+        return std::string(arg.name) + ": a " + kind_name(arg.kind) + " in the wrong type";
     if (written(arg.dir) && !writable<T>())
-        return std::string(arg.name) + ": " + dir_name(arg.dir) + " on a parameter the callee cannot write";
+        return std::string(arg.name) + ": " + dir_name(arg.dir) +
+               " on a parameter the callee cannot write";
     return "";
 }
 
@@ -82,7 +100,8 @@ template <class... Params>
 struct Check<bool(Params...)> {
     static std::vector<std::string> misfits(vorn_meta::ArgList args)
     {
-        if (args.size() != sizeof...(Params)) return {"a kind count other than the parameter count"};
+        if (args.size() != sizeof...(Params))
+            return {"a kind count other than the parameter count"};
         std::vector<std::string> found;
         const Arg* arg = args.begin();
         using expand = int[];
@@ -123,7 +142,8 @@ TEST(SlotKinds, TheChecksRefuseMisfits)
         {misfit<const unsigned char*>({Dir::in, Kind::mac, "mac"}), ""},
         {misfit<unsigned int>({Dir::in, Kind::mac, "vlan"}), "vlan: a mac in the wrong type"},
         {misfit<bool>({Dir::in, Kind::number, "on"}), "on: a number in the wrong type"},
-        {misfit<const Mp&>({Dir::out, Kind::port, "port"}), "port: out on a parameter the callee cannot write"},
+        {misfit<const Mp&>({Dir::out, Kind::port, "port"}),
+         "port: out on a parameter the callee cannot write"},
         {misfit<const unsigned char*>({Dir::out, Kind::mac, "mac"}),
          "mac: out on a parameter the callee cannot write"},
         {misfit<unsigned int&>({Dir::in_out, Kind::number, "count"}), ""},
@@ -137,7 +157,8 @@ TEST(SlotKinds, NamesComeFromTheArgumentsColumn)
     const vorn_meta::ArgList args = slot_args(Slot::get_l3_route_by_subnet_ip6);
     std::vector<std::string> names;
     for (const Arg& arg : args) names.push_back(arg.name);
-    EXPECT_EQ(names, (std::vector<std::string>{"address", "mask", "port", "trunk", "interface_id", "mac"}));
+    EXPECT_EQ(names, (std::vector<std::string>{"address", "mask", "port", "trunk", "interface_id",
+                                               "mac"}));
     EXPECT_EQ(args[1].kind, Kind::ipv6_mask);
     EXPECT_EQ(args[5].dir, Dir::out);
     EXPECT_EQ(slot_args(Slot::unused_slot_3).size(), 0u);
