@@ -22,6 +22,7 @@
 #include "event_registry.hh"
 #include "flow_table.hh"
 #include "format.hh"
+#include "l3_tables.hh"
 #include "lag_table.hh"
 #include "model_hooks.hh"
 #include "refuser.hh"
@@ -75,27 +76,6 @@ struct FdbEntry {
     bool trunk = false;   // port carries a LAG id
     bool is_static = false;
     unsigned long learned_at = 0;
-};
-
-struct L3Interface {
-    MacAddress mac;
-    unsigned int vlan = 0;
-};
-
-struct L3Target {
-    Mp port;
-    bool trunk = false;
-    MacAddress mac{};
-    unsigned int interface_id = 0;
-    unsigned int vlan = 0;
-};
-
-struct Ipv6Key {
-    Ipv6Address address;
-    bool operator==(const Ipv6Key& other) const { return address == other.address; }
-};
-struct Ipv6Hash {
-    std::size_t operator()(const Ipv6Key& key) const;
 };
 
 // Where a FDB entry is kept: VLAN and MAC.  Ordered by VLAN, then by MAC as
@@ -301,11 +281,11 @@ public:
     const std::map<unsigned int, Lag>& lags() const { return lags_.lags(); }
     const FdbTable& fdb() const { return fdb_; }
     int aging_seconds() const { return aging_seconds_; }
-    const std::map<unsigned int, L3Interface>& l3_interfaces() const { return l3_interfaces_; }
-    const std::unordered_map<unsigned int, L3Target>& hosts4() const { return hosts4_; }
-    const std::unordered_map<Ipv6Key, L3Target, Ipv6Hash>& hosts6() const { return hosts6_; }
-    const std::vector<std::unordered_map<unsigned int, L3Target>>& routes4() const { return routes4_; }
-    const std::vector<std::unordered_map<Ipv6Key, L3Target, Ipv6Hash>>& routes6() const { return routes6_; }
+    const std::map<unsigned int, L3Interface>& l3_interfaces() const { return l3_.interfaces(); }
+    const std::unordered_map<unsigned int, L3Target>& hosts4() const { return l3_.hosts4(); }
+    const std::unordered_map<Ipv6Key, L3Target, Ipv6Hash>& hosts6() const { return l3_.hosts6(); }
+    const std::vector<std::unordered_map<unsigned int, L3Target>>& routes4() const { return l3_.routes4(); }
+    const std::vector<std::unordered_map<Ipv6Key, L3Target, Ipv6Hash>>& routes6() const { return l3_.routes6(); }
     const std::map<unsigned int, Flow>& flows() const { return flows_.flows(); }
     const std::set<std::pair<unsigned int, unsigned int>>& arp_filters() const { return flows_.arp_filters(); }
     const std::set<unsigned int>& ip_protocol_filters() const { return flows_.ip_protocol_filters(); }
@@ -376,15 +356,8 @@ private:
                               bool (*match)(const FdbKey&, const FdbEntry&, const void*),
                               const void* context);
     bool flow_in_port(const of_flow_mp_s& flow);
-    const L3Interface* known_interface(unsigned int interface_id);
-    template <class Table, class Key>
-    const L3Target* entry_at(const Table& table, const Key& key, const std::string& name, const Mp& port,
-                             bool trunk);
-    int contiguous4(unsigned int mask);
-    int contiguous6(const unsigned char* address, const unsigned char* mask);
     int* mac_limit(const Mp& port, unsigned int kind);  // the setting, or null after a refusal
     bool add_static_mac(const unsigned char* mac, unsigned int vlan, const Mp& port, bool trunk);
-    bool set_route(bool add, unsigned int address, unsigned int mask, const L3Target* target);
     bool flow_action(bool add, unsigned int flow_id, of_action_t kind, const of_action_param_s& param,
                      const Mp& port);
 
@@ -399,14 +372,7 @@ private:
     int aging_seconds_ = 300;
     int system_mac_limit_ = 0;
     unsigned long clock_ = 0;
-    std::map<unsigned int, L3Interface> l3_interfaces_;
-    std::unordered_map<unsigned int, L3Target> hosts4_;
-    std::unordered_map<Ipv6Key, L3Target, Ipv6Hash> hosts6_;
-    // Routes by prefix length, then by masked address.
-    std::vector<std::unordered_map<unsigned int, L3Target>> routes4_;
-    std::vector<std::unordered_map<Ipv6Key, L3Target, Ipv6Hash>> routes6_;
-    std::size_t route4_count_ = 0;
-    std::size_t route6_count_ = 0;
+    L3Tables l3_;
     FlowTable flows_;
     unsigned int forward_mode_ = 0;
     bool unknown_unicast_to_cpu_ = false;

@@ -23,13 +23,6 @@ port_ability_type_t speed_ability(speed_type_t speed, duplex_type_t duplex)
 
 }  // namespace
 
-std::size_t Ipv6Hash::operator()(const Ipv6Key& key) const
-{
-    std::size_t hash = 1469598103u;
-    for (unsigned char byte : key.address) hash = (hash ^ byte) * 1099511628211u;
-    return hash;
-}
-
 SwitchModel::SwitchModel(const Config& config, ModelHooks hooks)
     : config_(config),
       hooks_(std::move(hooks)),
@@ -37,8 +30,7 @@ SwitchModel::SwitchModel(const Config& config, ModelHooks hooks)
       names_(config, hooks_.lag_interface),
       ports_(config.units * config.slots * config.ports_per_slot),
       lags_(config.max_lags, config.max_lag_members),
-      routes4_(33),
-      routes6_(129),
+      l3_(config),
       flows_(config.flows, config.filters)
 {
     for (PortState& port : ports_) port.advertised = all_abilities;
