@@ -1,5 +1,7 @@
-// The model's MAC table: static entries, learning with limits, aging on the
-// host's clock, flushes, and MAC-update events.
+// The model's MAC-table operations over its MacTable: the facade checks
+// what crosses tables (a VLAN, the port or LAG of an entry, the limits a
+// learned entry is held to) and reports each entry added or removed as a
+// MAC event.
 #include <algorithm>
 #include <climits>
 
@@ -28,34 +30,33 @@ bool unicast(const unsigned char* mac) { return (mac[0] & 1) == 0; }
 
 }  // namespace
 
-void SwitchModel::notify_mac(const FdbKey& key, const FdbEntry& entry, int what)
+L2Addr SwitchModel::l2_address(const FdbKey& key, const FdbEntry& entry) const
 {
     L2Addr address;
     std::copy(key.mac.begin(), key.mac.end(), address.mac);
     address.flags = static_cast<unsigned short>((entry.is_static ? 1 : 0) | (entry.trunk ? 2 : 0));
     address.vlan = key.vlan;
     address.port = usp_of(entry.port, entry.trunk);
-    events_.mac_changed(address, what);
+    return address;
+}
+
+void SwitchModel::notify_mac(const FdbKey& key, const FdbEntry& entry, int what)
+{
+    events_.mac_changed(l2_address(key, entry), what);
+}
+
+void SwitchModel::notify_macs(const MacTable::Entries& entries, int what)
+{
+    for (const auto& entry : entries) notify_mac(entry.first, entry.second, what);
 }
 
 bool SwitchModel::add_static_mac(const unsigned char* mac, unsigned int vlan, const Mp& port,
                                  bool trunk)
 {
     const FdbKey key(vlan, mac_of(mac));
-    // One walk down the table: where the key is, or where it would go.
-    auto place = fdb_.lower_bound(key);
-    const bool found = place != fdb_.end() && !(key < place->first);
-    if (!found && !room("MAC table", fdb_.size(), config_.mac_entries)) return false;
-    FdbEntry entry;
-    entry.port = port;
-    entry.trunk = trunk;
-    entry.is_static = true;
-    entry.learned_at = clock_;
-    if (found)
-        place->second = entry;
-    else
-        fdb_.emplace_hint(place, key, entry);
-    notify_mac(key, entry, LCMGR_MAC_LEARNED);
+    FdbEntry added;
+    if (!fdb_.add_static(refuser_, key, port, trunk, added)) return false;
+    notify_mac(key, added, LCMGR_MAC_LEARNED);
     return true;
 }
 
@@ -88,7 +89,7 @@ bool SwitchModel::add_system_mac_vlan_bitmap(const unsigned char* mac, const uns
                 chosen.push_back(vlan);
             }
         if (chosen.empty()) return refuse("the VLAN bitmap names no VLAN");
-        if (!room("MAC table", fdb_.size() + chosen.size() - 1, config_.mac_entries)) return false;
+        if (!fdb_.room(refuser_, chosen.size())) return false;
         for (unsigned int vlan : chosen) add_static_mac(mac, vlan, Mp(0, 0), false);
         return true;
     }, mac, bitmap);
@@ -98,18 +99,8 @@ std::size_t SwitchModel::remove_fdb_if(bool static_too, const FdbKey* only_key,
                                        bool (*match)(const FdbKey&, const FdbEntry&, const void*),
                                        const void* context)
 {
-    std::vector<std::pair<FdbKey, FdbEntry>> removed;
-    for (auto it = fdb_.begin(); it != fdb_.end();) {
-        const bool chosen = (only_key ? it->first == *only_key : match(it->first, it->second, context)) &&
-                            (static_too || !it->second.is_static);
-        if (chosen) {
-            removed.push_back(*it);
-            it = fdb_.erase(it);
-        } else {
-            ++it;
-        }
-    }
-    for (const auto& entry : removed) notify_mac(entry.first, entry.second, LCMGR_MAC_DELETED);
+    const MacTable::Entries removed = fdb_.remove_if(static_too, only_key, match, context);
+    notify_macs(removed, LCMGR_MAC_DELETED);
     return removed.size();
 }
 
@@ -204,16 +195,12 @@ bool SwitchModel::clear_fdb_table(bool static_too)
 
 bool SwitchModel::set_fdb_aging_time(int seconds)
 {
-    return op(Slot::set_fdb_aging_time, [&] {
-        if (!within("aging time", seconds, 0, 1000000)) return false;  // 0: never age
-        aging_seconds_ = seconds;
-        return true;
-    }, seconds);
+    return op(Slot::set_fdb_aging_time, [&] { return fdb_.set_aging(refuser_, seconds); }, seconds);
 }
 
 bool SwitchModel::get_fdb_aging_time(int& seconds)
 {
-    return op(Slot::get_fdb_aging_time, [&] { return seconds = aging_seconds_, true; });
+    return op(Slot::get_fdb_aging_time, [&] { return seconds = fdb_.aging_seconds(), true; });
 }
 
 // Limits by kind: 1 a port, 2 a LAG (port = LAG id), 3 a VLAN (port = VLAN
@@ -222,7 +209,7 @@ bool SwitchModel::get_fdb_aging_time(int& seconds)
 // library cannot translate arrives as.  A limit never set is 0, no limit.
 int* SwitchModel::mac_limit(const Mp& port, unsigned int kind)
 {
-    if (kind == vorn_contract::mac_limit_switch) return &system_mac_limit_;
+    if (kind == vorn_contract::mac_limit_switch) return fdb_.system_limit_setting();
     switch (kind) {
     case vorn_contract::mac_limit_port: return known_port(port) ? &ports_[index_of(port)].mac_limit : nullptr;
     case vorn_contract::mac_limit_lag: return lags_.mac_limit(refuser_, names_, port.port());
@@ -253,71 +240,31 @@ bool SwitchModel::traverse_mac_table(void* arg)
     return op(Slot::traverse_mac_table, [&] {
         if (!given(arg, "visitor")) return false;
         auto visit = reinterpret_cast<void (*)(L2Addr*, int, void*)>(arg);
-        const FdbTable snapshot = fdb_;
+        const FdbTable snapshot = fdb_.entries();
         for (const auto& entry : snapshot) {
-            L2Addr address;
-            std::copy(entry.first.mac.begin(), entry.first.mac.end(), address.mac);
-            address.flags =
-                static_cast<unsigned short>((entry.second.is_static ? 1 : 0) | (entry.second.trunk ? 2 : 0));
-            address.vlan = entry.first.vlan;
-            address.port = usp_of(entry.second.port, entry.second.trunk);
+            L2Addr address = l2_address(entry.first, entry.second);
             visit(&address, entry.second.is_static ? 0 : LCMGR_MAC_LEARNED, nullptr);
         }
         return true;
     }, arg);
 }
 
-// Learning from a received frame: refused by MAC lock and by the limits of
+// Learning from a received frame: held to MAC lock and to the limits of
 // the port (or its LAG), the VLAN and the switch.
-bool SwitchModel::learn(const MacAddress& mac, unsigned int vlan, const Mp& port, bool trunk)
+void SwitchModel::learn(const MacAddress& mac, unsigned int vlan, const Mp& port, bool trunk)
 {
-    const FdbKey key(vlan, mac);
-    auto found = fdb_.find(key);
-    if (found != fdb_.end()) {
-        if (found->second.is_static) return true;
-        found->second.port = port;
-        found->second.trunk = trunk;
-        found->second.learned_at = clock_;
-        return true;
-    }
-    PortState* state = port_or_null(port);
-    if (!trunk && state && state->mac_lock) return false;
-    std::size_t on_port = 0, in_vlan = 0, learned = 0;
-    for (const auto& entry : fdb_) {
-        if (entry.second.is_static) continue;
-        ++learned;
-        in_vlan += entry.first.vlan == vlan;
-        on_port += entry.second.port == port && entry.second.trunk == trunk;
-    }
+    const PortState* state = trunk ? nullptr : port_or_null(port);
     const Lag* lag = trunk ? lags_.find(port.port()) : nullptr;
-    const int port_limit = trunk ? (lag ? lag->mac_limit : 0) : (state ? state->mac_limit : 0);
-    auto over = [](int limit, std::size_t count) { return limit > 0 && count >= std::size_t(limit); };
-    if (over(port_limit, on_port) || over(vlans_.mac_limit_of(vlan), in_vlan) ||
-        over(system_mac_limit_, learned) || fdb_.size() >= config_.mac_entries)
-        return false;
-    FdbEntry entry;
-    entry.port = port;
-    entry.trunk = trunk;
-    entry.learned_at = clock_;
-    fdb_[key] = entry;
-    notify_mac(key, entry, LCMGR_MAC_LEARNED);
-    return true;
+    const MacTable::LearnLimits limits{trunk ? (lag ? lag->mac_limit : 0) : (state ? state->mac_limit : 0),
+                                       vlans_.mac_limit_of(vlan), state && state->mac_lock};
+    const FdbKey key(vlan, mac);
+    FdbEntry added;
+    if (fdb_.learn(key, port, trunk, limits, added)) notify_mac(key, added, LCMGR_MAC_LEARNED);
 }
 
 void SwitchModel::advance_clock(unsigned int seconds)
 {
-    clock_ += seconds;
-    if (aging_seconds_ == 0) return;
-    std::vector<std::pair<FdbKey, FdbEntry>> aged;
-    for (auto it = fdb_.begin(); it != fdb_.end();) {
-        if (!it->second.is_static && clock_ - it->second.learned_at >= unsigned(aging_seconds_)) {
-            aged.push_back(*it);
-            it = fdb_.erase(it);
-        } else {
-            ++it;
-        }
-    }
-    for (const auto& entry : aged) notify_mac(entry.first, entry.second, LCMGR_MAC_AGED);
+    notify_macs(fdb_.advance_clock(seconds), LCMGR_MAC_AGED);
 }
 
 }  // namespace vorn_sim

@@ -24,6 +24,7 @@
 #include "format.hh"
 #include "l3_tables.hh"
 #include "lag_table.hh"
+#include "mac_table.hh"
 #include "model_hooks.hh"
 #include "refuser.hh"
 #include "sdk_slots.hh"
@@ -70,33 +71,6 @@ struct PortState {
     bool stats_enabled = true;
     std::array<unsigned long long, STAT_TYPE_COUNT> counters{};
 };
-
-struct FdbEntry {
-    Mp port;              // Mp(0, 0) for the CPU (system entries)
-    bool trunk = false;   // port carries a LAG id
-    bool is_static = false;
-    unsigned long learned_at = 0;
-};
-
-// Where a FDB entry is kept: VLAN and MAC.  Ordered by VLAN, then by MAC as
-// the 48-bit number it spells, kept beside it so that a comparison is two
-// integer comparisons.
-struct FdbKey {
-    FdbKey(unsigned int vlan_id, const MacAddress& address) : vlan(vlan_id), mac(address)
-    {
-        for (unsigned char byte : mac) mac48 = mac48 << 8 | byte;
-    }
-    bool operator<(const FdbKey& other) const
-    {
-        return vlan != other.vlan ? vlan < other.vlan : mac48 < other.mac48;
-    }
-    bool operator==(const FdbKey& other) const { return vlan == other.vlan && mac48 == other.mac48; }
-
-    unsigned int vlan;
-    MacAddress mac;
-    std::uint64_t mac48 = 0;
-};
-typedef std::map<FdbKey, FdbEntry> FdbTable;
 
 class SwitchModel : public VornSdkBase {
 public:
@@ -279,8 +253,8 @@ public:
 
     // Read-only views of the tables, for the shell's show commands.
     const std::map<unsigned int, Lag>& lags() const { return lags_.lags(); }
-    const FdbTable& fdb() const { return fdb_; }
-    int aging_seconds() const { return aging_seconds_; }
+    const FdbTable& fdb() const { return fdb_.entries(); }
+    int aging_seconds() const { return fdb_.aging_seconds(); }
     const std::map<unsigned int, L3Interface>& l3_interfaces() const { return l3_.interfaces(); }
     const std::unordered_map<unsigned int, L3Target>& hosts4() const { return l3_.hosts4(); }
     const std::unordered_map<Ipv6Key, L3Target, Ipv6Hash>& hosts6() const { return l3_.hosts6(); }
@@ -301,7 +275,7 @@ public:
     {
         return vlans_.ipv6_subnet_vlans();
     }
-    int system_mac_limit() const { return system_mac_limit_; }
+    int system_mac_limit() const { return fdb_.system_limit(); }
     Usp usp_of(const Mp& port, bool trunk) const { return names_.usp_of(port, trunk); }
 
 private:
@@ -350,8 +324,10 @@ private:
         return refuser_.room(table, used, capacity);
     }
     bool some_data(const Packet& packet);
+    L2Addr l2_address(const FdbKey& key, const FdbEntry& entry) const;
     void notify_mac(const FdbKey& key, const FdbEntry& entry, int what);
-    bool learn(const MacAddress& mac, unsigned int vlan, const Mp& port, bool trunk);
+    void notify_macs(const MacTable::Entries& entries, int what);
+    void learn(const MacAddress& mac, unsigned int vlan, const Mp& port, bool trunk);
     std::size_t remove_fdb_if(bool static_too, const FdbKey* only_key,
                               bool (*match)(const FdbKey&, const FdbEntry&, const void*),
                               const void* context);
@@ -368,10 +344,7 @@ private:
     std::vector<PortState> ports_;
     VlanTable vlans_;
     LagTable lags_;
-    FdbTable fdb_;
-    int aging_seconds_ = 300;
-    int system_mac_limit_ = 0;
-    unsigned long clock_ = 0;
+    MacTable fdb_;
     L3Tables l3_;
     FlowTable flows_;
     unsigned int forward_mode_ = 0;

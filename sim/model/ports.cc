@@ -30,6 +30,7 @@ SwitchModel::SwitchModel(const Config& config, ModelHooks hooks)
       names_(config, hooks_.lag_interface),
       ports_(config.units * config.slots * config.ports_per_slot),
       lags_(config.max_lags, config.max_lag_members),
+      fdb_(config.mac_entries),
       l3_(config),
       flows_(config.flows, config.filters)
 {

@@ -13,10 +13,7 @@ bool SwitchModel::create_vlan(unsigned int vlan)
 bool SwitchModel::delete_vlan(unsigned int vlan)
 {
     return op(Slot::delete_vlan, [&] {
-        if (!vlans_.remove(refuser_, vlan)) return false;
-        for (auto it = fdb_.begin(); it != fdb_.end();)
-            it = it->first.vlan == vlan ? fdb_.erase(it) : std::next(it);
-        return true;
+        return vlans_.remove(refuser_, vlan) && (fdb_.forget_vlan(vlan), true);
     }, vlan);
 }
 
