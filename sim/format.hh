@@ -20,44 +20,59 @@ using vorn_text::texts;
 
 namespace detail {
 
-// The kinds of the arguments an operation hands its trace: all of the slot's
-// arguments, or the ones it reads (in, in_out); empty when it hands others.
-inline std::vector<vorn_meta::Kind> traced_kinds(int slot, std::size_t given)
+// The slot's arguments as an operation hands them to its trace: all of them
+// in order, after the call (`outputs`: the written ones hold their results),
+// or only the ones it reads (in, in_out); none when it hands others.
+struct Traced {
+    std::vector<vorn_meta::Arg> args;
+    bool outputs;
+};
+
+inline Traced traced_args(int slot, std::size_t given)
 {
-    std::vector<vorn_meta::Kind> all, read;
+    std::vector<vorn_meta::Arg> all, read;
     for (const vorn_meta::Arg& arg : vorn_meta::slot_args(static_cast<vorn_meta::Slot>(slot))) {
-        all.push_back(arg.kind);
-        if (arg.dir != vorn_meta::Dir::out) read.push_back(arg.kind);
+        all.push_back(arg);
+        if (arg.dir != vorn_meta::Dir::out) read.push_back(arg);
     }
-    if (given == read.size()) return read;
-    if (given == all.size()) return all;
-    return {};
+    if (given == read.size()) return {read, false};
+    if (given == all.size()) return {all, true};
+    return {{}, false};
 }
 
+// The word of the next argument: by its kind, or by its type where the
+// operation hands arguments the table does not list.
 template <class T>
-void append_word(std::string& out, const std::vector<vorn_meta::Kind>& kinds, std::size_t& at,
-                 const T& value)
+void add_word(std::vector<std::string>& words, const Traced& traced, const T& value)
 {
-    if (at) out += ", ";
-    out += at < kinds.size() ? vorn_meta::encode(kinds[at], value) : text(value);
-    ++at;
+    const std::size_t at = words.size();
+    words.push_back(at < traced.args.size() ? vorn_meta::encode(traced.args[at].kind, value)
+                                            : text(value));
 }
 
 }  // namespace detail
 
-// One trace line, each argument in its kind's word (meta/codec.hh):
-// "sdk 53 add_mac_to_port(0:3, 00:1b:21:0a:0b:0c, 5, false) -> true".
+// One trace line, each argument in its kind's word (meta/codec.hh): the
+// inputs in parentheses and, when the operation hands all its arguments,
+// what it wrote after the result.
+//   "sdk 53 add_mac_to_port(0:3, 00:1b:21:0a:0b:0c, 5, false) -> true"
+//   "sdk 25 get_port_speed(0:3) -> true speed=3"
 template <class... Args>
 std::string trace_line(int slot, const char* name, bool result, const Args&... args)
 {
-    const std::vector<vorn_meta::Kind> kinds = detail::traced_kinds(slot, sizeof...(Args));
-    std::string words;
-    std::size_t at = 0;
+    const detail::Traced traced = detail::traced_args(slot, sizeof...(Args));
+    std::vector<std::string> words;
     using expand = int[];
-    (void)expand{0, (detail::append_word(words, kinds, at, args), 0)...};
-    (void)at;  // unread for a slot without arguments
-    return "sdk " + std::to_string(slot) + " " + name + "(" + words + ") -> " +
-           (result ? "true" : "false");
+    (void)expand{0, (detail::add_word(words, traced, args), 0)...};
+    std::string inputs, outputs;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        if (traced.outputs && traced.args[i].dir != vorn_meta::Dir::in)
+            outputs += std::string(" ") + traced.args[i].name + "=" + words[i];
+        else
+            inputs += (inputs.empty() ? "" : ", ") + words[i];
+    }
+    return "sdk " + std::to_string(slot) + " " + name + "(" + inputs + ") -> " +
+           (result ? "true" : "false") + outputs;
 }
 
 // A MAC address as "00:1b:21:0a:0b:0c"; a 16-bit number as "0x0800".

@@ -65,10 +65,17 @@ TEST(TraceLine, WritesEachArgumentByItsKind)
         {trace_line(number(Slot::get_l3_route_by_subnet_ip4), "get_l3_route_by_subnet_ip4", true,
                     0x0a000000u, 0xffffff00u, Mp(0, 1), false),
          "sdk 162 get_l3_route_by_subnet_ip4(10.0.0.0, 255.255.255.0, 0:1, false) -> true"},
-        // All the slot's arguments, outputs included, are written by kind too.
-        {trace_line(number(Slot::get_port_stat_counter_all64_ext),
-                    "get_port_stat_counter_all64_ext", true, Mp(0, 3), &counters[0], count),
-         "sdk 42 get_port_stat_counter_all64_ext(0:3, ptr, 2) -> true"},
+        // Handed all its arguments after the call, a getter's outputs follow the result.
+        {trace_line(number(Slot::get_port_speed), "get_port_speed", true, Mp(0, 3), SPEED_10G),
+         "sdk 25 get_port_speed(0:3) -> true speed=3"},
+        {trace_line(number(Slot::get_l3_interface), "get_l3_interface", true, 7u, 100u, &mac[0]),
+         "sdk 154 get_l3_interface(7) -> true vlan=100 mac=00:1b:21:0a:0b:0c"},
+        {trace_line(number(Slot::get_port_stat_counter_all64_ext), "get_port_stat_counter_all64_ext",
+                    true, Mp(0, 3), &counters[0], count),
+         "sdk 42 get_port_stat_counter_all64_ext(0:3) -> true counters=ptr count=2"},
+        // Arguments the table does not list for the slot are written by their type.
+        {trace_line(number(Slot::get_system_mac_limit), "get_system_mac_limit", true, Mp(0, 3)),
+         "sdk 87 get_system_mac_limit(0:3) -> true"},
         {trace_line(number(Slot::set_lcmgr_trace), "set_lcmgr_trace", true, std::string("a \"b\""),
                     true),
          "sdk 178 set_lcmgr_trace(\"a \\\"b\\\"\", true) -> true"},
