@@ -84,7 +84,7 @@ bool SwitchModel::send_packet_by_port(std::list<Mp>& tagged, std::list<Mp>& unta
                                        std::vector<Mp>(untagged.begin(), untagged.end()), packet.data()});
         for (const auto* list : {&tagged, &untagged})
             for (const Mp& port : *list) {
-                PortState& state = ports_[index_of(port)];
+                PortState& state = *ports_.find(port);
                 if (!state.stats_enabled) continue;
                 state.counters[STAT_IF_OUT_OCTETS] += packet.length();
                 ++state.counters[STAT_IF_OUT_UCAST_PKTS];
@@ -111,7 +111,7 @@ bool SwitchModel::cable(const Mp& port, const Usp& usp, bool plugged)
 
 bool SwitchModel::plug(const Mp& port, const Usp& usp, bool plugged)
 {
-    PortState* state = port_or_null(port);
+    PortState* state = ports_.find(port);
     if (!state) return refuse("unknown port ", usp);
     const phy_state_t link = plugged ? PHY_STATE_UP : PHY_STATE_DOWN;
     if (state->link == link) return true;
@@ -131,7 +131,7 @@ bool SwitchModel::receive(const Mp& port, const Usp& usp, unsigned int vlan,
 bool SwitchModel::take_in(const Mp& port, const Usp& usp, unsigned int vlan,
                           const std::vector<unsigned char>& frame)
 {
-    PortState* state = port_or_null(port);
+    PortState* state = ports_.find(port);
     if (!state) return refuse("unknown port ", usp);
     if (frame.size() < 14)
         return refuse("frame of ", frame.size(), " bytes is shorter than an Ethernet header (14)");

@@ -211,7 +211,7 @@ int* SwitchModel::mac_limit(const Mp& port, unsigned int kind)
 {
     if (kind == vorn_contract::mac_limit_switch) return fdb_.system_limit_setting();
     switch (kind) {
-    case vorn_contract::mac_limit_port: return known_port(port) ? &ports_[index_of(port)].mac_limit : nullptr;
+    case vorn_contract::mac_limit_port: return known_port(port) ? &ports_.find(port)->mac_limit : nullptr;
     case vorn_contract::mac_limit_lag: return lags_.mac_limit(refuser_, names_, port.port());
     case vorn_contract::mac_limit_vlan_interface: return vlans_.mac_limit(refuser_, port.port());
     default: refuse("unknown MAC limit kind ", kind, " (1 port, 2 LAG, 3 VLAN, 4 switch)"); return nullptr;
@@ -253,7 +253,7 @@ bool SwitchModel::traverse_mac_table(void* arg)
 // the port (or its LAG), the VLAN and the switch.
 void SwitchModel::learn(const MacAddress& mac, unsigned int vlan, const Mp& port, bool trunk)
 {
-    const PortState* state = trunk ? nullptr : port_or_null(port);
+    const PortState* state = trunk ? nullptr : ports_.find(port);
     const Lag* lag = trunk ? lags_.find(port.port()) : nullptr;
     const MacTable::LearnLimits limits{trunk ? (lag ? lag->mac_limit : 0) : (state ? state->mac_limit : 0),
                                        vlans_.mac_limit_of(vlan), state && state->mac_lock};

@@ -26,6 +26,7 @@
 #include "lag_table.hh"
 #include "mac_table.hh"
 #include "model_hooks.hh"
+#include "port_table.hh"
 #include "refuser.hh"
 #include "sdk_slots.hh"
 #include "vlan_table.hh"
@@ -33,44 +34,6 @@
 #include "vorn_sim.hh"
 
 namespace vorn_sim {
-
-struct PortState {
-    bool admin = true;
-    bool autoneg = true;
-    speed_type_t speed = SPEED_1G;
-    duplex_type_t duplex = DUPLEX_FULL;
-    phy_state_t link = PHY_STATE_UP;
-    unsigned int mtu = 1518;
-    port_ability_type_t advertised = PORT_ABILITY_NONE;
-    bool flow_control_rx = false;
-    bool flow_control_tx = false;
-    bool jamming = false;
-    unsigned int broadcast_rate = 0;
-    unsigned int multicast_rate = 0;
-    unsigned int unicast_rate = 0;
-    bool mirrored = false;
-    Mp mirror_target;
-    mirror_type_t mirror_type = MIRROR_TYPE_NONE;
-    std::map<unsigned int, flood_block_type_t> flood_blocking;  // by the other port's index
-    flood_block_type_t flood_blocking_cpu = FLOOD_BLOCK_NONE;
-    bool unknown_unicast_to_cpu = false;
-    std::map<unsigned int, unsigned int> cos_map;
-    bool mac_lock = false;
-    bool drop_unknown = false;
-    int mac_limit = 0;
-    unsigned int pvid = 1;
-    std::map<unsigned int, unsigned int> vlan_priority;
-    bool tagged_only = false;
-    std::map<std::pair<int, unsigned short>, unsigned int> protocol_vlans;
-    bool bpdu_processing = true;
-    ingress_discard_type_t ingress_discard = INGRESS_DISCARD_NONE;
-    bool egress = true;
-    bool l2 = true;
-    stp_state_t stp = STP_STATE_FORWARDING;
-    std::map<unsigned int, mstp_state_t> mstp;
-    bool stats_enabled = true;
-    std::array<unsigned long long, STAT_TYPE_COUNT> counters{};
-};
 
 class SwitchModel : public VornSdkBase {
 public:
@@ -239,8 +202,8 @@ public:
     bool set_lcmgr_trace(const std::string& target, bool on) override;
 
     // --- Host side.
-    bool physical(const Mp& port) const;
-    PortState* port_state(const Mp& port);
+    bool physical(const Mp& port) const { return ports_.physical(port); }
+    PortState* port_state(const Mp& port) { return ports_.find(port); }
     const std::map<unsigned int, Vlan>& vlans() const { return vlans_.vlans(); }
     bool vlan_exists(unsigned int vlan) const { return vlans_.exists(vlan); }
     bool cable(const Mp& port, const Usp& usp, bool plugged);
@@ -298,15 +261,15 @@ private:
     bool plug(const Mp& port, const Usp& usp, bool plugged);
     bool take_in(const Mp& port, const Usp& usp, unsigned int vlan, const std::vector<unsigned char>& frame);
 
-    PortState* port_or_null(const Mp& port);
-    unsigned int index_of(const Mp& port) const;
-
     // Checks of an operation's input: each one that fails refuses with a
     // reason naming what was wrong.
-    bool known_port(const Mp& port);
-    bool known_ports(const std::list<Mp>& ports);
+    bool known_port(const Mp& port) { return ports_.known(refuser_, names_, port); }
+    bool known_ports(const std::list<Mp>& ports) { return ports_.known_all(refuser_, names_, ports); }
     template <class Change>
-    bool on_port(const Mp& port, Change&& change);  // known_port, then change(state)
+    bool on_port(const Mp& port, Change&& change)  // known_port, then change(state)
+    {
+        return ports_.on(refuser_, names_, port, change);
+    }
     bool vlan_id(unsigned int vlan) { return VlanTable::id(refuser_, vlan); }       // 1-4094
     bool known_vlan(unsigned int vlan) { return vlans_.known(refuser_, vlan); }  // an existing VLAN
     bool known_target(const Mp& port, bool trunk);  // a port, or a LAG id with trunk
@@ -337,11 +300,10 @@ private:
     bool flow_action(bool add, unsigned int flow_id, of_action_t kind, const of_action_param_s& param,
                      const Mp& port);
 
-    Config config_;
     ModelHooks hooks_;
     Refuser refuser_;
     Names names_;
-    std::vector<PortState> ports_;
+    PortTable ports_;
     VlanTable vlans_;
     LagTable lags_;
     MacTable fdb_;

@@ -25,13 +25,6 @@ const Mp* first_port(const First&, const Rest&... rest)
     return first_port(rest...);
 }
 
-// Runs `change` on the port's state when the port is a physical one.
-template <class Change>
-bool SwitchModel::on_port(const Mp& port, Change&& change)
-{
-    return known_port(port) && change(ports_[index_of(port)]);
-}
-
 template <class Body, class... Args>
 bool SwitchModel::op(Slot which, Body&& body, const Args&... args)
 {

@@ -5,10 +5,7 @@ namespace vorn_sim {
 
 namespace {
 
-const port_ability_type_t all_abilities = static_cast<port_ability_type_t>(
-    PORT_ABILITY_10MB_HD | PORT_ABILITY_10MB_FD | PORT_ABILITY_100MB_HD | PORT_ABILITY_100MB_FD |
-    PORT_ABILITY_1000MB_HD | PORT_ABILITY_1000MB_FD | PORT_ABILITY_PAUSE_TX |
-    PORT_ABILITY_PAUSE_RX | PORT_ABILITY_AUTONEG);
+const port_ability_type_t all_abilities = PortTable::all_abilities();
 
 port_ability_type_t speed_ability(speed_type_t speed, duplex_type_t duplex)
 {
@@ -24,50 +21,18 @@ port_ability_type_t speed_ability(speed_type_t speed, duplex_type_t duplex)
 }  // namespace
 
 SwitchModel::SwitchModel(const Config& config, ModelHooks hooks)
-    : config_(config),
-      hooks_(std::move(hooks)),
+    : hooks_(std::move(hooks)),
       refuser_(hooks_.refusal),
       names_(config, hooks_.lag_interface),
-      ports_(config.units * config.slots * config.ports_per_slot),
+      ports_(config),
       lags_(config.max_lags, config.max_lag_members),
       fdb_(config.mac_entries),
       l3_(config),
       flows_(config.flows, config.filters)
 {
-    for (PortState& port : ports_) port.advertised = all_abilities;
 }
-
-bool SwitchModel::physical(const Mp& port) const
-{
-    return port.module() < config_.units && port.port() >= 1 &&
-           port.port() <= config_.slots * config_.ports_per_slot;
-}
-
-unsigned int SwitchModel::index_of(const Mp& port) const
-{
-    return port.module() * config_.slots * config_.ports_per_slot + port.port() - 1;
-}
-
-PortState* SwitchModel::port_or_null(const Mp& port)
-{
-    return physical(port) ? &ports_[index_of(port)] : nullptr;
-}
-
-PortState* SwitchModel::port_state(const Mp& port) { return port_or_null(port); }
 
 // --- Checks that refuse with a reason.
-bool SwitchModel::known_port(const Mp& port)
-{
-    return physical(port) || refuse("unknown ", names_.port(port));
-}
-
-bool SwitchModel::known_ports(const std::list<Mp>& ports)
-{
-    for (const Mp& port : ports)
-        if (!known_port(port)) return false;
-    return true;
-}
-
 bool SwitchModel::known_target(const Mp& port, bool trunk)
 {
     return trunk ? lags_.known(refuser_, names_, port.port()) : known_port(port);
@@ -255,7 +220,7 @@ bool SwitchModel::set_port_mirror(const Mp& target, const Mp& source, mirror_typ
             !within("mirror type", type, MIRROR_TYPE_NONE, MIRROR_TYPE_BOTH))
             return false;
         if (target == source) return refuse("port ", names_.port(source), " cannot mirror to itself");
-        PortState* s = port_or_null(source);
+        PortState* s = ports_.find(source);
         s->mirrored = type != MIRROR_TYPE_NONE;
         s->mirror_target = target;
         s->mirror_type = type;
@@ -352,7 +317,7 @@ bool SwitchModel::set_port_flood_blocking(const Mp& p, const Mp& other, flood_bl
     return op(Slot::set_port_flood_blocking, [&] {
         return known_port(other) && flags_within("flood blocking type", type, FLOOD_BLOCK_ALL) &&
                on_port(p, [&](PortState& s) {
-                   return s.flood_blocking[index_of(other)] = type, true;
+                   return s.flood_blocking[ports_.index_of(other)] = type, true;
                });
     }, p, other, type);
 }
@@ -361,7 +326,7 @@ bool SwitchModel::get_port_flood_blocking(const Mp& p, const Mp& other, flood_bl
 {
     return op(Slot::get_port_flood_blocking, [&] {
         return known_port(other) && on_port(p, [&](PortState& s) {
-                   auto found = s.flood_blocking.find(index_of(other));
+                   auto found = s.flood_blocking.find(ports_.index_of(other));
                    type = found == s.flood_blocking.end() ? FLOOD_BLOCK_NONE : found->second;
                    return true;
                });
