@@ -200,7 +200,7 @@ bool SwitchModel::set_fdb_aging_time(int seconds)
 
 bool SwitchModel::get_fdb_aging_time(int& seconds)
 {
-    return op(Slot::get_fdb_aging_time, [&] { return seconds = fdb_.aging_seconds(), true; });
+    return op(Slot::get_fdb_aging_time, [&] { return seconds = fdb_.aging_seconds(), true; }, seconds);
 }
 
 // Limits by kind: 1 a port, 2 a LAG (port = LAG id), 3 a VLAN (port = VLAN
@@ -231,7 +231,7 @@ bool SwitchModel::get_system_mac_limit(const Mp& port, int& limit, unsigned int 
     return op(Slot::get_system_mac_limit, [&] {
         const int* setting = mac_limit(port, kind);
         return setting && (limit = *setting, true);
-    }, port);
+    }, port, limit, kind);
 }
 
 // `arg` is a void (*)(L2Addr*, int, void*): called once per entry.

@@ -13,8 +13,7 @@ bool SwitchModel::flow_in_port(const of_flow_mp_s& flow)
 
 bool SwitchModel::add_of_flow(of_flow_mp_s& flow, unsigned int& flow_id, const of_flow_qualify_udf_s& udf)
 {
-    return op(Slot::add_of_flow, [&] { return flow_in_port(flow) && flows_.add(refuser_, flow, flow_id); },
-              flow, udf);
+    return op(Slot::add_of_flow, [&] { return flow_in_port(flow) && flows_.add(refuser_, flow, flow_id); }, flow, flow_id, udf);
 }
 
 bool SwitchModel::add_of_flow_with_id(of_flow_mp_s& flow, unsigned int flow_id)
@@ -69,14 +68,12 @@ bool SwitchModel::set_of_flow_priority(unsigned int flow_id, int priority)
 
 bool SwitchModel::get_of_flow_priority(unsigned int flow_id, int& priority)
 {
-    return op(Slot::get_of_flow_priority, [&] { return flows_.priority(refuser_, flow_id, priority); },
-              flow_id);
+    return op(Slot::get_of_flow_priority, [&] { return flows_.priority(refuser_, flow_id, priority); }, flow_id, priority);
 }
 
 bool SwitchModel::get_of_flow_stat_counter64(unsigned int flow_id, unsigned long long& packets)
 {
-    return op(Slot::get_of_flow_stat_counter64, [&] { return flows_.packets(refuser_, flow_id, packets); },
-              flow_id);
+    return op(Slot::get_of_flow_stat_counter64, [&] { return flows_.packets(refuser_, flow_id, packets); }, flow_id, packets);
 }
 
 bool SwitchModel::get_of_flow_stat_counter32(unsigned int flow_id, unsigned int& packets)
@@ -84,7 +81,7 @@ bool SwitchModel::get_of_flow_stat_counter32(unsigned int flow_id, unsigned int&
     return op(Slot::get_of_flow_stat_counter32, [&] {
         unsigned long long all = 0;
         return flows_.packets(refuser_, flow_id, all) && (packets = static_cast<unsigned int>(all), true);
-    }, flow_id);
+    }, flow_id, packets);
 }
 
 // --- Switch-wide settings and filters.
@@ -96,7 +93,7 @@ bool SwitchModel::set_switch_forward_mode(unsigned int mode)
 
 bool SwitchModel::get_switch_forward_mode(unsigned int& mode)
 {
-    return op(Slot::get_switch_forward_mode, [&] { return mode = forward_mode_, true; });
+    return op(Slot::get_switch_forward_mode, [&] { return mode = forward_mode_, true; }, mode);
 }
 
 bool SwitchModel::set_switch_unknown_unicast_to_cpu(bool enabled)
@@ -107,7 +104,7 @@ bool SwitchModel::set_switch_unknown_unicast_to_cpu(bool enabled)
 
 bool SwitchModel::get_switch_unknown_unicast_to_cpu(bool& enabled)
 {
-    return op(Slot::get_switch_unknown_unicast_to_cpu, [&] { return enabled = unknown_unicast_to_cpu_, true; });
+    return op(Slot::get_switch_unknown_unicast_to_cpu, [&] { return enabled = unknown_unicast_to_cpu_, true; }, enabled);
 }
 
 bool SwitchModel::add_arp_filter(unsigned int address, unsigned int mask)
@@ -164,7 +161,7 @@ bool SwitchModel::delete_l4_destination_port_filter_all()
 // --- Line card and tracing.
 bool SwitchModel::get_line_card_usp(Usp& usp)
 {
-    return op(Slot::get_line_card_usp, [&] { return usp = Usp(1, 0, 0), true; });
+    return op(Slot::get_line_card_usp, [&] { return usp = Usp(1, 0, 0), true; }, usp);
 }
 
 // The SDK's resources are the caller's to release; nothing is held here.

@@ -12,7 +12,7 @@ bool SwitchModel::create_l3_interface(const unsigned char* mac, unsigned int vla
     return op(Slot::create_l3_interface, [&] {
         return given(mac, "MAC address") && known_vlan(vlan) &&
                l3_.create_interface(refuser_, mac, vlan, interface_id);
-    }, mac, vlan);
+    }, mac, vlan, interface_id);
 }
 
 bool SwitchModel::create_l3_interface_with_id(const unsigned char* mac, unsigned int vlan,
@@ -26,8 +26,7 @@ bool SwitchModel::create_l3_interface_with_id(const unsigned char* mac, unsigned
 
 bool SwitchModel::get_l3_interface(unsigned int interface_id, unsigned int& vlan, unsigned char* mac)
 {
-    return op(Slot::get_l3_interface, [&] { return l3_.interface(refuser_, interface_id, vlan, mac); },
-              interface_id);
+    return op(Slot::get_l3_interface, [&] { return l3_.interface(refuser_, interface_id, vlan, mac); }, interface_id, vlan, mac);
 }
 
 bool SwitchModel::delete_l3_interface(const unsigned char* mac, unsigned int vlan)
@@ -69,22 +68,20 @@ bool SwitchModel::get_l3_host_ip4(unsigned int address, Mp port, unsigned char* 
                                   unsigned int& interface_id, bool trunk)
 {
     return op(Slot::get_l3_host_ip4,
-              [&] { return l3_.host4(refuser_, names_, address, port, trunk, mac, interface_id); }, address, port,
-              trunk);
+              [&] { return l3_.host4(refuser_, names_, address, port, trunk, mac, interface_id); }, address, port, mac, interface_id, trunk);
 }
 
 bool SwitchModel::get_l3_host_ip6(const unsigned char* address, Mp port, unsigned char* mac,
                                   unsigned int& interface_id, bool trunk)
 {
     return op(Slot::get_l3_host_ip6,
-              [&] { return l3_.host6(refuser_, names_, address, port, trunk, mac, interface_id); }, address, port,
-              trunk);
+              [&] { return l3_.host6(refuser_, names_, address, port, trunk, mac, interface_id); }, address, port, mac, interface_id, trunk);
 }
 
-bool SwitchModel::delete_l3_host_by_interface(unsigned int interface_id, bool)
+bool SwitchModel::delete_l3_host_by_interface(unsigned int interface_id, bool static_too)
 {
     return op(Slot::delete_l3_host_by_interface, [&] { return l3_.delete_hosts_on_interface(interface_id), true; },
-              interface_id);
+              interface_id, static_too);
 }
 
 bool SwitchModel::delete_l3_host_by_network_ip4(unsigned int address)
@@ -145,7 +142,7 @@ bool SwitchModel::get_l3_route_by_subnet_ip4(unsigned int address, unsigned int 
 {
     return op(Slot::get_l3_route_by_subnet_ip4, [&] {
         return l3_.route4(refuser_, names_, address, mask, port, trunk, mac, interface_id, vlan);
-    }, address, mask, port, trunk);
+    }, address, mask, port, trunk, mac, interface_id, vlan);
 }
 
 bool SwitchModel::get_l3_route_by_subnet_ip6(const unsigned char* address, const unsigned char* mask,
@@ -154,13 +151,13 @@ bool SwitchModel::get_l3_route_by_subnet_ip6(const unsigned char* address, const
 {
     return op(Slot::get_l3_route_by_subnet_ip6, [&] {
         return l3_.route6(refuser_, names_, address, mask, port, trunk, interface_id, mac);
-    }, address, mask, port, trunk);
+    }, address, mask, port, trunk, interface_id, mac);
 }
 
-bool SwitchModel::delete_l3_route_by_interface(unsigned int interface_id, bool)
+bool SwitchModel::delete_l3_route_by_interface(unsigned int interface_id, bool static_too)
 {
     return op(Slot::delete_l3_route_by_interface,
-              [&] { return l3_.delete_routes_on_interface(interface_id), true; }, interface_id);
+              [&] { return l3_.delete_routes_on_interface(interface_id), true; }, interface_id, static_too);
 }
 
 bool SwitchModel::delete_l3_route_by_subnet_ip4(unsigned int address, unsigned int mask,

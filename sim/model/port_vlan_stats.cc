@@ -30,7 +30,7 @@ bool SwitchModel::get_port_pvid(const Mp& p, unsigned int& pvid)
 {
     return op(Slot::get_port_pvid, [&] {
         return on_port(p, [&](PortState& s) { return pvid = s.pvid, true; });
-    }, p);
+    }, p, pvid);
 }
 
 bool SwitchModel::set_port_vlan_priority(const Mp& p, unsigned int key, unsigned int priority)
@@ -51,7 +51,7 @@ bool SwitchModel::get_port_vlan_priority(const Mp& p, unsigned int key, unsigned
                    priority = found == s.vlan_priority.end() ? key : found->second;
                    return true;
                });
-    }, p, key);
+    }, p, key, priority);
 }
 
 bool SwitchModel::set_port_vlan_accept_frame(const Mp& p, bool tagged_only)
@@ -65,7 +65,7 @@ bool SwitchModel::get_port_vlan_accept_frame(const Mp& p, bool& tagged_only)
 {
     return op(Slot::get_port_vlan_accept_frame, [&] {
         return on_port(p, [&](PortState& s) { return tagged_only = s.tagged_only, true; });
-    }, p);
+    }, p, tagged_only);
 }
 
 bool SwitchModel::set_port_protocol_vlan(const Mp& p, frame_type_t frame, unsigned short protocol,
@@ -111,7 +111,7 @@ bool SwitchModel::get_port_stp_state(const Mp& p, stp_state_t& state)
 {
     return op(Slot::get_port_stp_state, [&] {
         return on_port(p, [&](PortState& s) { return state = s.stp, true; });
-    }, p);
+    }, p, state);
 }
 
 bool SwitchModel::set_port_mstp_state(unsigned int instance, const Mp& p, mstp_state_t state)
@@ -132,7 +132,7 @@ bool SwitchModel::get_port_mstp_state(unsigned int instance, const Mp& p, mstp_s
                    state = found == s.mstp.end() ? MSTP_STATE_FORWARDING : found->second;
                    return true;
                });
-    }, instance, p);
+    }, instance, p, state);
 }
 
 bool SwitchModel::set_port_bpdu_processing(const Mp& p, bool enabled)
@@ -146,7 +146,7 @@ bool SwitchModel::get_port_bpdu_processing(const Mp& p, bool& enabled)
 {
     return op(Slot::get_port_bpdu_processing, [&] {
         return on_port(p, [&](PortState& s) { return enabled = s.bpdu_processing, true; });
-    }, p);
+    }, p, enabled);
 }
 
 // --- Statistics.
@@ -161,7 +161,7 @@ bool SwitchModel::get_port_stat_enabled(const Mp& p, bool& enabled)
 {
     return op(Slot::get_port_stat_enabled, [&] {
         return on_port(p, [&](PortState& s) { return enabled = s.stats_enabled, true; });
-    }, p);
+    }, p, enabled);
 }
 
 bool SwitchModel::get_port_stat_counter(const Mp& p, stat_type_t type, unsigned long long& value)
@@ -169,7 +169,7 @@ bool SwitchModel::get_port_stat_counter(const Mp& p, stat_type_t type, unsigned 
     return op(Slot::get_port_stat_counter, [&] {
         return within("counter type", type, 0, STAT_TYPE_COUNT - 1) &&
                on_port(p, [&](PortState& s) { return value = s.counters[type], true; });
-    }, p, type);
+    }, p, type, value);
 }
 
 bool SwitchModel::get_port_stat_counter32(const Mp& p, stat_type_t type, unsigned int& value)
@@ -179,7 +179,7 @@ bool SwitchModel::get_port_stat_counter32(const Mp& p, stat_type_t type, unsigne
                    value = static_cast<unsigned int>(s.counters[type]);
                    return true;
                });
-    }, p, type);
+    }, p, type, value);
 }
 
 bool SwitchModel::get_port_stat_counter_all64(const Mp& p, std::list<StatCounter64>& counters)
@@ -190,7 +190,7 @@ bool SwitchModel::get_port_stat_counter_all64(const Mp& p, std::list<StatCounter
                 counters.push_back(StatCounter64{static_cast<stat_type_t>(type), 0, s.counters[type]});
             return true;
         });
-    }, p);
+    }, p, counters);
 }
 
 bool SwitchModel::get_port_stat_counter_all32(const Mp& p, std::list<StatCounter32>& counters)
@@ -202,7 +202,7 @@ bool SwitchModel::get_port_stat_counter_all32(const Mp& p, std::list<StatCounter
                                                  static_cast<unsigned int>(s.counters[type])});
             return true;
         });
-    }, p);
+    }, p, counters);
 }
 
 // `count`: capacity in, records written out.
@@ -266,7 +266,7 @@ bool SwitchModel::get_port_brief_stat_counter64(const Mp& p, brief_stat_type_t t
     return op(Slot::get_port_brief_stat_counter64, [&] {
         return within("brief counter type", type, 0, BRIEF_STAT_TYPE_COUNT - 1) &&
                on_port(p, [&](PortState& s) { return value = brief_value(s, type), true; });
-    }, p, type);
+    }, p, type, value);
 }
 
 bool SwitchModel::get_port_brief_stat_counter32(const Mp& p, brief_stat_type_t type,
@@ -278,7 +278,7 @@ bool SwitchModel::get_port_brief_stat_counter32(const Mp& p, brief_stat_type_t t
                    value = static_cast<unsigned int>(brief_value(s, type));
                    return true;
                });
-    }, p, type);
+    }, p, type, value);
 }
 
 bool SwitchModel::get_port_brief_stat_counter_all64(const Mp& p,
@@ -291,7 +291,7 @@ bool SwitchModel::get_port_brief_stat_counter_all64(const Mp& p,
                                                       brief_value(s, static_cast<brief_stat_type_t>(type))});
             return true;
         });
-    }, p);
+    }, p, counters);
 }
 
 bool SwitchModel::clear_port_stat_counter(const Mp& p)

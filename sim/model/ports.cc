@@ -51,7 +51,7 @@ bool SwitchModel::get_port_state(const Mp& p, bool& enabled)
 {
     return op(Slot::get_port_state, [&] {
         return on_port(p, [&](PortState& s) { return enabled = s.admin, true; });
-    }, p);
+    }, p, enabled);
 }
 
 bool SwitchModel::set_port_autoneg(const Mp& p, bool enabled)
@@ -65,7 +65,7 @@ bool SwitchModel::get_port_autoneg(const Mp& p, bool& enabled)
 {
     return op(Slot::get_port_autoneg, [&] {
         return on_port(p, [&](PortState& s) { return enabled = s.autoneg, true; });
-    }, p);
+    }, p, enabled);
 }
 
 bool SwitchModel::set_port_speed(const Mp& p, speed_type_t speed)
@@ -80,7 +80,7 @@ bool SwitchModel::get_port_speed(const Mp& p, speed_type_t& speed)
 {
     return op(Slot::get_port_speed, [&] {
         return on_port(p, [&](PortState& s) { return speed = s.speed, true; });
-    }, p);
+    }, p, speed);
 }
 
 bool SwitchModel::set_port_duplex(const Mp& p, duplex_type_t duplex)
@@ -95,7 +95,7 @@ bool SwitchModel::get_port_duplex(const Mp& p, duplex_type_t& duplex)
 {
     return op(Slot::get_port_duplex, [&] {
         return on_port(p, [&](PortState& s) { return duplex = s.duplex, true; });
-    }, p);
+    }, p, duplex);
 }
 
 bool SwitchModel::set_port_flow_control_8023x(const Mp& p, bool receive, bool transmit)
@@ -118,7 +118,7 @@ bool SwitchModel::get_port_flow_control_8023x(const Mp& p, unsigned int& receive
             transmit = s.flow_control_tx ? 1 : 0;
             return true;
         });
-    }, p);
+    }, p, receive, transmit);
 }
 
 bool SwitchModel::set_port_jaming_control(const Mp& p, bool enabled)
@@ -132,7 +132,7 @@ bool SwitchModel::get_port_jaming_control(const Mp& p, bool& enabled)
 {
     return op(Slot::get_port_jaming_control, [&] {
         return on_port(p, [&](PortState& s) { return enabled = s.jamming, true; });
-    }, p);
+    }, p, enabled);
 }
 
 bool SwitchModel::set_port_mtu(const Mp& p, unsigned int mtu)
@@ -147,7 +147,7 @@ bool SwitchModel::get_port_mtu(const Mp& p, unsigned int& mtu)
 {
     return op(Slot::get_port_mtu, [&] {
         return on_port(p, [&](PortState& s) { return mtu = s.mtu, true; });
-    }, p);
+    }, p, mtu);
 }
 
 bool SwitchModel::set_port_link_state(const Mp& p, phy_state_t state)
@@ -166,14 +166,14 @@ bool SwitchModel::get_port_link_state(const Mp& p, phy_state_t& state)
             state = s.admin ? s.link : PHY_STATE_DOWN;
             return true;
         });
-    }, p);
+    }, p, state);
 }
 
 bool SwitchModel::get_port_ability(const Mp& p, port_ability_type_t& ability)
 {
     return op(Slot::get_port_ability, [&] {
         return on_port(p, [&](PortState&) { return ability = all_abilities, true; });
-    }, p);
+    }, p, ability);
 }
 
 bool SwitchModel::set_port_advertising_ability(const Mp& p, port_ability_type_t ability)
@@ -188,7 +188,7 @@ bool SwitchModel::get_port_advertising_ability(const Mp& p, port_ability_type_t&
 {
     return op(Slot::get_port_advertising_ability, [&] {
         return on_port(p, [&](PortState& s) { return ability = s.advertised, true; });
-    }, p);
+    }, p, ability);
 }
 
 bool SwitchModel::get_port_current_ability(const Mp& p, port_ability_type_t& ability)
@@ -198,7 +198,7 @@ bool SwitchModel::get_port_current_ability(const Mp& p, port_ability_type_t& abi
             ability = speed_ability(s.speed, s.duplex);
             return true;
         });
-    }, p);
+    }, p, ability);
 }
 
 // The link partner advertises everything while the link is up.
@@ -209,7 +209,7 @@ bool SwitchModel::get_port_peer_ability(Mp p, port_ability_type_t& ability)
             ability = s.link == PHY_STATE_UP ? all_abilities : PORT_ABILITY_NONE;
             return true;
         });
-    }, p);
+    }, p, ability);
 }
 
 // --- Traffic controls.
@@ -238,7 +238,7 @@ bool SwitchModel::get_port_mirror(Mp& target, const Mp& source, mirror_type_t& t
             type = s.mirrored ? s.mirror_type : MIRROR_TYPE_NONE;
             return true;
         });
-    }, source);
+    }, target, source, type);
 }
 
 bool SwitchModel::set_port_broadcast_control(const Mp& p, unsigned int rate)
@@ -252,7 +252,7 @@ bool SwitchModel::get_port_broadcast_control(const Mp& p, unsigned int& rate)
 {
     return op(Slot::get_port_broadcast_control, [&] {
         return on_port(p, [&](PortState& s) { return rate = s.broadcast_rate, true; });
-    }, p);
+    }, p, rate);
 }
 
 bool SwitchModel::set_port_multicast_control(const Mp& p, unsigned int rate)
@@ -266,7 +266,7 @@ bool SwitchModel::get_port_multicast_control(const Mp& p, unsigned int& rate)
 {
     return op(Slot::get_port_multicast_control, [&] {
         return on_port(p, [&](PortState& s) { return rate = s.multicast_rate, true; });
-    }, p);
+    }, p, rate);
 }
 
 bool SwitchModel::set_port_unicast_control(const Mp& p, unsigned int rate)
@@ -280,7 +280,7 @@ bool SwitchModel::get_port_unicast_control(const Mp& p, unsigned int& rate)
 {
     return op(Slot::get_port_unicast_control, [&] {
         return on_port(p, [&](PortState& s) { return rate = s.unicast_rate, true; });
-    }, p);
+    }, p, rate);
 }
 
 bool SwitchModel::set_port_egress_admin_state(const Mp& p, bool enabled)
@@ -294,7 +294,7 @@ bool SwitchModel::get_port_egress_admin_state(const Mp& p, bool& enabled)
 {
     return op(Slot::get_port_egress_admin_state, [&] {
         return on_port(p, [&](PortState& s) { return enabled = s.egress, true; });
-    }, p);
+    }, p, enabled);
 }
 
 bool SwitchModel::set_port_ingress_discarding(const Mp& p, ingress_discard_type_t type)
@@ -309,7 +309,7 @@ bool SwitchModel::get_port_ingress_discarding(const Mp& p, ingress_discard_type_
 {
     return op(Slot::get_port_ingress_discarding, [&] {
         return on_port(p, [&](PortState& s) { return type = s.ingress_discard, true; });
-    }, p);
+    }, p, type);
 }
 
 bool SwitchModel::set_port_flood_blocking(const Mp& p, const Mp& other, flood_block_type_t type)
@@ -330,7 +330,7 @@ bool SwitchModel::get_port_flood_blocking(const Mp& p, const Mp& other, flood_bl
                    type = found == s.flood_blocking.end() ? FLOOD_BLOCK_NONE : found->second;
                    return true;
                });
-    }, p, other);
+    }, p, other, type);
 }
 
 bool SwitchModel::set_port_flood_blocking_cpu(const Mp& p, flood_block_type_t type)
@@ -346,7 +346,7 @@ bool SwitchModel::get_port_flood_blocking_cpu(const Mp& p, flood_block_type_t& t
 {
     return op(Slot::get_port_flood_blocking_cpu, [&] {
         return on_port(p, [&](PortState& s) { return type = s.flood_blocking_cpu, true; });
-    }, p);
+    }, p, type);
 }
 
 bool SwitchModel::set_port_cos_mapping(const Mp& p, unsigned int key, unsigned int queue)
@@ -366,7 +366,7 @@ bool SwitchModel::get_port_cos_mapping(const Mp& p, unsigned int key, unsigned i
                    queue = found == s.cos_map.end() ? key : found->second;
                    return true;
                });
-    }, p, key);
+    }, p, key, queue);
 }
 
 bool SwitchModel::set_port_switch_unknown_unicast_to_cpu(const Mp& p, bool enabled)
@@ -384,7 +384,7 @@ bool SwitchModel::get_port_switch_unknown_unicast_to_cpu(const Mp& p, bool& enab
         return on_port(p, [&](PortState& s) {
             return enabled = s.unknown_unicast_to_cpu, true;
         });
-    }, p);
+    }, p, enabled);
 }
 
 bool SwitchModel::set_port_l2_enable(const Mp& p, bool enabled)
@@ -405,7 +405,7 @@ bool SwitchModel::get_port_mac_lock(const Mp& p, bool& locked)
 {
     return op(Slot::get_port_mac_lock, [&] {
         return on_port(p, [&](PortState& s) { return locked = s.mac_lock, true; });
-    }, p);
+    }, p, locked);
 }
 
 bool SwitchModel::set_port_mac_lock_ext(const Mp& p, bool locked, bool drop_unknown)
@@ -427,7 +427,7 @@ bool SwitchModel::get_port_mac_lock_ext(const Mp& p, bool& locked, bool& drop_un
             drop_unknown = s.drop_unknown;
             return true;
         });
-    }, p);
+    }, p, locked, drop_unknown);
 }
 
 }  // namespace vorn_sim

@@ -34,7 +34,7 @@ bool SwitchModel::delete_ports_from_vlan(unsigned int vlan, std::list<Mp>& ports
 
 bool SwitchModel::get_vlan_info(unsigned int vlan, std::list<Mp>& tagged, std::list<Mp>& untagged)
 {
-    return op(Slot::get_vlan_info, [&] { return vlans_.members(refuser_, vlan, tagged, untagged); }, vlan);
+    return op(Slot::get_vlan_info, [&] { return vlans_.members(refuser_, vlan, tagged, untagged); }, vlan, tagged, untagged);
 }
 
 bool SwitchModel::set_mac_vlan(const unsigned char* mac, unsigned int vlan, unsigned int priority)
@@ -62,7 +62,7 @@ bool SwitchModel::set_ipv6_subnet_vlan(const unsigned char* address, unsigned in
 // --- LAGs.
 bool SwitchModel::create_lag(unsigned int& lag_id)
 {
-    return op(Slot::create_lag, [&] { return lags_.create(refuser_, lag_id); });
+    return op(Slot::create_lag, [&] { return lags_.create(refuser_, lag_id); }, lag_id);
 }
 
 bool SwitchModel::delete_lag(unsigned int lag_id)
@@ -94,8 +94,7 @@ bool SwitchModel::set_lag_balancing_strategy(unsigned int lag_id, lag_psc_t psc)
 
 bool SwitchModel::get_lag_balancing_strategy(unsigned int lag_id, lag_psc_t& psc)
 {
-    return op(Slot::get_lag_balancing_strategy, [&] { return lags_.balancing(refuser_, names_, lag_id, psc); },
-              lag_id);
+    return op(Slot::get_lag_balancing_strategy, [&] { return lags_.balancing(refuser_, names_, lag_id, psc); }, lag_id, psc);
 }
 
 }  // namespace vorn_sim

@@ -256,7 +256,7 @@ TEST_F(Card, TraceWritesOneLinePerSdkOperation)
     vorn_sim::set_trace_stream(nullptr);
     EXPECT_EQ(trace.str(),
               "sdk 178 set_lcmgr_trace(\"trace_level_sdk\", true) -> true\n"
-              "sdk 81 get_port_pvid(0:3) -> true\n"
+              "sdk 81 get_port_pvid(0:3) -> true pvid=1\n"
               "sdk 0 create_vlan(0) -> false\n"
               "sdk 178 set_lcmgr_trace(\"trace_level_all\", false) -> true\n");
 }
@@ -272,7 +272,8 @@ void call_with_defaults(VornSdkBase& sdk, bool (VornSdkBase::*operation)(Params.
 
 // Each operation of the model, called through the SDK object's table of
 // virtual functions, traces under the slot the slot table gives the method it
-// overrides; the free slots trace nothing.
+// overrides, with what it wrote into each of its outputs; the free slots
+// trace nothing.
 TEST_F(Card, EveryOperationTracesUnderItsOwnSlot)
 {
     struct Operation {
@@ -303,6 +304,12 @@ TEST_F(Card, EveryOperationTracesUnderItsOwnSlot)
         const std::string head = "sdk " + std::to_string(slot(operation.slot)) + " " + name + "(";
         EXPECT_EQ(text.substr(0, head.size()), head);
         EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 1) << text;
+        const std::string after_result = text.substr(std::min(text.find(") -> "), text.size()));
+        for (const vorn_meta::Arg& arg : vorn_meta::slot_args(operation.slot)) {
+            if (arg.dir == vorn_meta::Dir::in) continue;
+            EXPECT_NE(after_result.find(std::string(" ") + arg.name + "="), std::string::npos)
+                << "output " << arg.name << " missing: " << text;
+        }
     }
     vorn_sim::set_trace_stream(nullptr);
 }
