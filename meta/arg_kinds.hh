@@ -81,6 +81,28 @@ constexpr const char* dir_name(Dir dir)
 // Whether the callee writes the argument.
 constexpr bool written(Dir dir) { return dir != Dir::in; }
 
+// One entry of a kinds column (the slot table's, the entry-point table's):
+// a direction and a kind; the argument's name comes from the table's
+// arguments column.
+struct DirKind {
+    Dir dir;
+    Kind kind;
+};
+
+// The words the kinds column is written in: in(port), out(number), ...
+namespace spelling {
+constexpr DirKind in(Kind kind) { return {Dir::in, kind}; }
+constexpr DirKind out(Kind kind) { return {Dir::out, kind}; }
+constexpr DirKind in_out(Kind kind) { return {Dir::in_out, kind}; }
+constexpr Kind number = Kind::number, flag = Kind::flag, text = Kind::text, port = Kind::port,
+               usp = Kind::usp, port_list = Kind::port_list, usp_list = Kind::usp_list,
+               mac = Kind::mac, ipv4 = Kind::ipv4, ipv6 = Kind::ipv6, ipv6_mask = Kind::ipv6_mask,
+               vlan_bitmap = Kind::vlan_bitmap, packet = Kind::packet, flow = Kind::flow,
+               flow_usp = Kind::flow_usp, flow_udf = Kind::flow_udf,
+               action_param = Kind::action_param, counters = Kind::counters,
+               callback = Kind::callback, user_data = Kind::user_data;
+}  // namespace spelling
+
 }  // namespace vorn_meta
 
 #endif

@@ -36,51 +36,23 @@ struct EntryPoint {
 
 namespace entry_point_detail {
 
-// What the kinds column says of one argument.
-struct Spec {
-    Dir dir;
-    Kind kind;
-};
 
-// The words the kinds column is written in: in(usp), out(number), ...
-namespace spelling {
-constexpr Spec in(Kind kind)
-{
-    return {Dir::in, kind};
-}
-constexpr Spec out(Kind kind)
-{
-    return {Dir::out, kind};
-}
-constexpr Spec in_out(Kind kind)
-{
-    return {Dir::in_out, kind};
-}
-constexpr Kind number = Kind::number, flag = Kind::flag, text = Kind::text, port = Kind::port,
-               usp = Kind::usp, port_list = Kind::port_list, usp_list = Kind::usp_list,
-               mac = Kind::mac, ipv4 = Kind::ipv4, ipv6 = Kind::ipv6, ipv6_mask = Kind::ipv6_mask,
-               vlan_bitmap = Kind::vlan_bitmap, packet = Kind::packet, flow = Kind::flow,
-               flow_usp = Kind::flow_usp, flow_udf = Kind::flow_udf,
-               action_param = Kind::action_param, counters = Kind::counters,
-               callback = Kind::callback, user_data = Kind::user_data;
-}  // namespace spelling
-
-template <class... Specs>
-std::vector<Spec> specs(Specs... each)
+template <class... Kinds>
+std::vector<DirKind> column(Kinds... each)
 {
     return {each...};
 }
 
 // How many kinds a row gives, at compile time: kind_count(in(usp), out(number)).
-template <class... Specs>
-constexpr std::size_t kind_count(Specs...)
+template <class... Kinds>
+constexpr std::size_t kind_count(Kinds...)
 {
-    return sizeof...(Specs);
+    return sizeof...(Kinds);
 }
 
 // The parameters column "(port, pvid)" joined with the kinds column.
 inline std::vector<Param> params(const std::string& entry_point, const std::string& names,
-                                 const std::vector<Spec>& kinds)
+                                 const std::vector<DirKind>& kinds)
 {
     std::vector<Param> joined;
     std::string name;
@@ -109,11 +81,11 @@ inline std::vector<Param> params(const std::string& entry_point, const std::stri
 // Every entry point, in the header's order.
 inline const std::vector<EntryPoint>& entry_points()
 {
-    using namespace entry_point_detail::spelling;
+    using namespace vorn_meta::spelling;
     using entry_point_detail::params;
-    using entry_point_detail::specs;
+    using entry_point_detail::column;
     static const std::vector<EntryPoint> table = {
-#define VORN_ENTRY_POINT(name, parameters, kinds) {#name, params(#name, #parameters, specs kinds)},
+#define VORN_ENTRY_POINT(name, parameters, kinds) {#name, params(#name, #parameters, column kinds)},
 #include "entry_points.def"
 #undef VORN_ENTRY_POINT
     };

@@ -72,29 +72,9 @@ private:
 
 namespace detail {
 
-// What the table's kinds column says of one argument; the name comes from
-// the arguments column.
-struct ArgSpec {
-    Dir dir;
-    Kind kind;
-};
 
-// The words the kinds column is written in: in(port), out(number), ...
-namespace spelling {
-constexpr ArgSpec in(Kind kind) { return {Dir::in, kind}; }
-constexpr ArgSpec out(Kind kind) { return {Dir::out, kind}; }
-constexpr ArgSpec in_out(Kind kind) { return {Dir::in_out, kind}; }
-constexpr Kind number = Kind::number, flag = Kind::flag, text = Kind::text, port = Kind::port,
-               usp = Kind::usp, port_list = Kind::port_list, usp_list = Kind::usp_list,
-               mac = Kind::mac, ipv4 = Kind::ipv4, ipv6 = Kind::ipv6, ipv6_mask = Kind::ipv6_mask,
-               vlan_bitmap = Kind::vlan_bitmap, packet = Kind::packet, flow = Kind::flow,
-               flow_usp = Kind::flow_usp, flow_udf = Kind::flow_udf,
-               action_param = Kind::action_param, counters = Kind::counters,
-               callback = Kind::callback, user_data = Kind::user_data;
-}  // namespace spelling
-
-template <class... Specs>
-constexpr std::array<ArgSpec, sizeof...(Specs)> specs(Specs... each)
+template <class... Kinds>
+constexpr std::array<DirKind, sizeof...(Kinds)> column(Kinds... each)
 {
     return {{each...}};
 }
@@ -145,23 +125,23 @@ constexpr std::size_t parameter_count(const char (&column)[N])
 }
 
 template <std::size_t N, std::size_t M>
-constexpr std::array<Arg, N> named(const std::array<ArgSpec, N>& specs, const Names<M>& names)
+constexpr std::array<Arg, N> named(const std::array<DirKind, N>& kinds, const Names<M>& names)
 {
     std::array<Arg, N> args{};
     std::size_t at = 0;
     for (std::size_t i = 0; i < N; ++i) {
         while (at < M && names.chars[at] == '\0') ++at;
-        args[i] = Arg{specs[i].dir, specs[i].kind, &names.chars[at]};
+        args[i] = Arg{kinds[i].dir, kinds[i].kind, &names.chars[at]};
         while (at < M && names.chars[at] != '\0') ++at;
     }
     return args;
 }
 
 namespace slot_args {
-using namespace spelling;
+using namespace vorn_meta::spelling;
 #define VORN_SDK_SLOT(slot, name, params, args, kinds)                                       \
     inline constexpr auto name##_names = cut_names(#args);                                   \
-    inline constexpr auto name = named(specs kinds, name##_names);                           \
+    inline constexpr auto name = named(column kinds, name##_names);                           \
     static_assert(name.size() == name_count(name##_names), #name ": one kind per argument"); \
     static_assert(name.size() == parameter_count(#params), #name ": one kind per parameter");
 #include "sdk_slots.def"

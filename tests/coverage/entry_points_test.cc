@@ -28,7 +28,7 @@ constexpr std::size_t arity(bool (*)(Params...))
 {
     return sizeof...(Params);
 }
-namespace spelling = vorn_meta::entry_point_detail::spelling;
+namespace spelling = vorn_meta::spelling;
 using vorn_meta::entry_point_detail::kind_count;
 #define VORN_ENTRY_POINT(name, params, kinds)               \
     static_assert(                                          \
