@@ -216,7 +216,8 @@ public:
 
     // Read-only views of the tables, for the shell's show commands.
     const std::map<unsigned int, Lag>& lags() const { return lags_.lags(); }
-    const FdbTable& fdb() const { return fdb_.entries(); }
+    // A sorted copy: the table itself is kept for lookups, not for listing.
+    FdbTable fdb() const { return fdb_.entries(); }
     int aging_seconds() const { return fdb_.aging_seconds(); }
     const std::map<unsigned int, L3Interface>& l3_interfaces() const { return l3_.interfaces(); }
     const std::unordered_map<unsigned int, L3Target>& hosts4() const { return l3_.hosts4(); }
