@@ -20,6 +20,7 @@
 #define VORN_SIM_HH
 
 #include <cstddef>
+#include <memory>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -98,8 +99,10 @@ void advance_clock(unsigned int seconds);
 // link-change callbacks of both bindings hear of it.
 bool set_cable(const Usp& port, bool plugged);
 
-// A frame received on `port` in `vlan`: the source MAC is learned (raising
-// the MAC-update callbacks) and the rx-packet callbacks receive the frame.
+// A frame trapped to the CPU on `port` in `vlan`, past the forwarding
+// pipeline: the source MAC is learned (raising the MAC-update callbacks) and
+// the rx-packet callbacks receive the frame.  inject_frame (below) is the
+// frame off the wire, through the pipeline.
 bool receive_frame(const Usp& port, unsigned int vlan, const std::vector<unsigned char>& frame);
 
 // Longest-prefix match over the route table.
@@ -120,6 +123,113 @@ struct SentPacket {
     std::vector<unsigned char> data;
 };
 const std::vector<SentPacket>& sent_packets();
+
+// --- The data plane -----------------------------------------------------------
+// Every frame that enters a front-panel port goes through the card's
+// pipeline, built from the tables the SDK operations program:
+//   1 ingress port   admin state and link, L2 enable, ingress discarding;
+//                    link-local control frames (01:80:c2:00:00:0x) trapped
+//                    to the CPU while BPDU processing is on, whatever the
+//                    spanning tree says (dropped while it is off)
+//   2 VLAN           802.1Q tag (a priority tag counts as untagged), else
+//                    MAC VLAN, IPv4 / IPv6 subnet VLAN, protocol VLAN, PVID;
+//                    tagged-only ports drop untagged frames; the VLAN must
+//                    exist and hold the port (ingress filtering)
+//   3 spanning tree  the port's state and its state in the MSTP instance of
+//                    the VLAN (see set_vlan_instance), the stricter wins:
+//                    learning learns and drops, the others drop
+//   4 learning       source MAC on the port or its LAG, held to MAC lock
+//                    (unknown sources dropped, or sent to the CPU) and the
+//                    MAC limits; a known source moves, a static one never
+//   5 flows          the highest-priority matching flow (ties: lowest id)
+//                    counts the frame and applies its actions; output, drop
+//                    and to-CPU decide where it goes, set-VLAN, set-priority
+//                    and mirror change it and let it go on; then the packet
+//                    filters (ARP, IP protocol, L4 destination port) copy
+//                    what they match to the CPU
+//   6 L3             a frame to an L3 interface's MAC in its VLAN is routed:
+//                    host entry, else longest-prefix route; TTL / hop limit
+//                    1 or 0 goes to the CPU, as do ARP, other non-IP frames
+//                    and frames to a host entry that is the card's own MAC;
+//                    no route: to the CPU, or dropped when bit 0 of the
+//                    switch forward mode is set
+//   7 L2             known unicast to its port or LAG (a system MAC: to the
+//                    CPU); otherwise flooded to the VLAN's members but the
+//                    ingress port and its LAG, less what flood blocking
+//                    holds back; broadcast and multicast also reach the
+//                    CPU unless blocked towards it, unknown unicast when the
+//                    port or the switch sends it there; storm control drops
+//                    what exceeds a port's rate (frames per second of the
+//                    card's clock, 0: no limit) per kind: broadcast,
+//                    multicast, unknown unicast
+//   8 LAG            one member with link, by the LAG's balancing strategy
+//                    (IP strategies fall back to MACs for non-IP frames)
+//   9 egress         admin state, link, egress admin state and spanning
+//                    tree of the port; tagged or untagged as the VLAN lists
+//                    the port (a non-member drops it); mirroring to the
+//                    mirror port (ingress copies as received, egress copies
+//                    as sent); counters by kind and direction
+// Frames the CPU sends (send_packet_by_port, send_packet_from_cpu) take the
+// egress stage; send_packet_from_cpu forwards by L2 in the frame's VLAN
+// (its tag, else VLAN 1).
+//
+// Ports are in memory unless a back end is attached: whatever leaves the
+// card while a frame is injected is handed back when inject_frame returns,
+// so "nothing left" is known, not waited for.
+
+// One frame as it left a port.
+struct EgressFrame {
+    Usp port;
+    std::vector<unsigned char> frame;
+};
+// One frame as the CPU received it (the rx-packet callbacks got it too).
+struct CpuFrame {
+    Usp port;               // where it entered; 0/0/0 for the CPU's own
+    unsigned int vlan = 0;  // the VLAN it was classified into
+    std::string reason;     // "BPDU", "ARP", "broadcast", "unknown unicast", "flow 3", ...
+    std::vector<unsigned char> frame;
+};
+// What one frame did.  `drop` says why it went nowhere (empty when it left
+// a port or reached the CPU); `trace` holds one line per decision.
+struct FrameResult {
+    std::vector<EgressFrame> egress;
+    std::vector<CpuFrame> to_cpu;
+    std::string drop;
+    std::vector<std::string> trace;
+
+    void clear();
+};
+
+// A frame entering front-panel port `port` off the wire (no FCS): learned,
+// counted, forwarded, captured, and the callbacks hear of it.  With a result,
+// what it did is written there.  False, with a refusal, for a port that is
+// not the card's or a frame shorter than an Ethernet header; a frame that
+// is dropped is not a refusal.
+bool inject_frame(const Usp& port, const unsigned char* frame, std::size_t size, FrameResult* result = nullptr);
+bool inject_frame(const Usp& port, const std::vector<unsigned char>& frame, FrameResult* result = nullptr);
+// The same frame explained, decision by decision, as if it were injected;
+// nothing changes (no learning, counters, callbacks, capture or storm
+// budget).
+bool trace_frame(const Usp& port, const std::vector<unsigned char>& frame, FrameResult& result);
+
+// The MSTP instance of a VLAN, which the SDK's interface has no operation
+// for: every VLAN is in instance 0 until the host maps it elsewhere.
+bool set_vlan_instance(unsigned int vlan, unsigned int instance);
+
+// Captures the traffic of `ports` in both directions (received as it came,
+// sent as it left) to a pcap file that tcpdump -r reads; replaces the
+// capture running.  stop_capture() closes the file.
+bool start_capture(const std::vector<Usp>& ports, const std::string& path);
+void stop_capture();
+
+// Where a port's frames go besides the in-memory result: a back end gets
+// each frame that leaves the card on its port.  Null detaches it.
+class PortBackend {
+public:
+    virtual ~PortBackend() {}
+    virtual void transmit(const unsigned char* frame, std::size_t size) = 0;
+};
+bool set_port_backend(const Usp& port, std::shared_ptr<PortBackend> backend);
 
 class SwitchModel;
 // The switch model behind the SDK object, for views of its tables; null

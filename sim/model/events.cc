@@ -80,24 +80,23 @@ bool SwitchModel::send_packet_by_port(std::list<Mp>& tagged, std::list<Mp>& unta
 {
     return op(Slot::send_packet_by_port, [&] {
         if (!known_ports(tagged) || !known_ports(untagged) || !some_data(packet)) return false;
-        events_.record_sent(SentPacket{std::vector<Mp>(tagged.begin(), tagged.end()),
-                                       std::vector<Mp>(untagged.begin(), untagged.end()), packet.data()});
-        for (const auto* list : {&tagged, &untagged})
-            for (const Mp& port : *list) {
-                PortState& state = *ports_.find(port);
-                if (!state.stats_enabled) continue;
-                state.counters[STAT_IF_OUT_OCTETS] += packet.length();
-                ++state.counters[STAT_IF_OUT_UCAST_PKTS];
-            }
+        SentPacket sent{std::vector<Mp>(tagged.begin(), tagged.end()),
+                        std::vector<Mp>(untagged.begin(), untagged.end()), packet.data()};
+        Frame frame;  // what is shorter than an Ethernet header is recorded, not sent
+        if (parse(packet.data().data(), packet.data().size(), frame))
+            dataplane_.send_by_port(sent.tagged, sent.untagged, frame);
+        events_.record_sent(std::move(sent));
         return true;
     }, tagged, untagged, packet);
 }
 
-// Forwarded through the pipeline: the model records it with no egress.
+// Forwarded by L2 in the frame's VLAN.
 bool SwitchModel::send_packet_from_cpu(const Packet& packet)
 {
     return op(Slot::send_packet_from_cpu, [&] {
         if (!some_data(packet)) return false;
+        Frame frame;
+        if (parse(packet.data().data(), packet.data().size(), frame)) dataplane_.send_from_cpu(frame);
         events_.record_sent(SentPacket{{}, {}, packet.data()});
         return true;
     }, packet);

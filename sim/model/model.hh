@@ -26,6 +26,7 @@
 #include "lag_table.hh"
 #include "mac_table.hh"
 #include "model_hooks.hh"
+#include "pipeline.hh"
 #include "port_table.hh"
 #include "refuser.hh"
 #include "sdk_slots.hh"
@@ -36,6 +37,8 @@
 namespace vorn_sim {
 
 class SwitchModel : public VornSdkBase {
+    friend class DataPlane;  // reads the tables, learns, counts
+
 public:
     explicit SwitchModel(const Config& config, ModelHooks hooks = ModelHooks());
 
@@ -202,6 +205,16 @@ public:
     bool set_lcmgr_trace(const std::string& target, bool on) override;
 
     // --- Host side.
+    // The data plane: a frame off the wire (or explained, with commit
+    // false), the VLANs' MSTP instances, capture, port back ends, the clock
+    // of aging and storm control.
+    bool inject(const Mp& port, const Usp& usp, const unsigned char* frame, std::size_t size, bool commit,
+                FrameResult* result);
+    bool set_vlan_instance(unsigned int vlan, unsigned int instance);
+    bool start_capture(const std::vector<Mp>& ports, const std::vector<Usp>& names, const std::string& path);
+    void stop_capture() { dataplane_.stop_capture(); }
+    bool set_port_backend(const Mp& port, const Usp& usp, std::shared_ptr<PortBackend> backend);
+    void pass_time(unsigned int seconds);
     bool physical(const Mp& port) const { return ports_.physical(port); }
     PortState* port_state(const Mp& port) { return ports_.find(port); }
     const std::map<unsigned int, Vlan>& vlans() const { return vlans_.vlans(); }
@@ -314,6 +327,7 @@ private:
     bool unknown_unicast_to_cpu_ = false;
     EventRegistry events_;
     bool tracing_ = false;
+    DataPlane dataplane_;  // last: it is built over the tables above
 };
 
 }  // namespace vorn_sim

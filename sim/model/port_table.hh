@@ -69,6 +69,9 @@ public:
     unsigned int index_of(const Mp& port) const;
     // The port's state, or null for a port that is not the card's.
     PortState* find(const Mp& port);
+    // The state of the port at an index_of.
+    PortState& at(unsigned int index) { return ports_[index]; }
+    std::size_t size() const { return ports_.size(); }
 
     // Whether the port is the card's, refusing when it is not.
     bool known(Refuser& refuse, const Names& names, const Mp& port) const;

@@ -28,7 +28,8 @@ SwitchModel::SwitchModel(const Config& config, ModelHooks hooks)
       lags_(config.max_lags, config.max_lag_members),
       fdb_(config.mac_entries),
       l3_(config),
-      flows_(config.flows, config.filters)
+      flows_(config.flows, config.filters),
+      dataplane_(*this, ports_.size())
 {
 }
 
