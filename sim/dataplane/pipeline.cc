@@ -105,9 +105,16 @@ struct DataPlane::Walk {
     template <class... Parts>
     void note(const Parts&... parts)
     {
-        if (result) result->trace.push_back(phrase(parts...));
+        result->trace.push_back(phrase(parts...));
     }
 };
+
+// A decision written to the trace; its parts are formatted only when a
+// result was asked for, so the forwarding path formats nothing.
+#define VORN_NOTE(w, ...) \
+    do {                   \
+        if ((w).result) (w).note(__VA_ARGS__); \
+    } while (0)
 
 DataPlane::DataPlane(SwitchModel& model, std::size_t ports)
     : m_(model), plane_(ports), instance_of_(4096, 0)
@@ -131,7 +138,7 @@ void DataPlane::ingress(const Mp& port, const Usp& usp, const Frame& frame, bool
     w.commit = commit;
     w.result = result;
     w.in_lag = m_.lags_.lag_of_member(port, w.in_lag_id);
-    w.note("ingress ", usp, ": ", frame.size, " bytes, ", mac_text(frame.src()), " > ", mac_text(frame.dst()),
+    VORN_NOTE(w, "ingress ", usp, ": ", frame.size, " bytes, ", mac_text(frame.src()), " > ", mac_text(frame.dst()),
            frame.tagged ? phrase(", tag VLAN ", frame.vid, " priority ", frame.pcp) : std::string(", untagged"),
            ", type ", vorn_format::hex16(frame.ethertype));
     bool forward_after = true;
@@ -188,7 +195,7 @@ bool DataPlane::port_stage(Walk& w)
         return drop(w, phrase("port ", w.in_usp, " discards ",
                               s.ingress_discard == INGRESS_DISCARD_ALL ? "all" : untagged ? "untagged" : "tagged",
                               " frames"));
-    w.note("port ", w.in_usp, ": enabled, link up");
+    VORN_NOTE(w, "port ", w.in_usp, ": enabled, link up");
     return true;
 }
 
@@ -268,7 +275,7 @@ bool DataPlane::vlan_stage(Walk& w)
     w.vlan_entry = &it->second;
     if (!listed(w.vlan_entry->tagged, w.in) && !listed(w.vlan_entry->untagged, w.in))
         return drop(w, phrase("port ", w.in_usp, " is not a member of VLAN ", w.vlan, " (ingress filtering)"));
-    w.note("vlan ", w.vlan, ": from ", how);
+    VORN_NOTE(w, "vlan ", w.vlan, ": from ", how);
     return true;
 }
 
@@ -294,7 +301,7 @@ bool DataPlane::stp_stage(Walk& w, bool& forward_after)
         return drop(w, phrase("port ", w.in_usp, " is discarding in VLAN ", w.vlan, " (spanning tree, instance ",
                               instance_of_[w.vlan], ")"));
     forward_after = g == forward;
-    w.note("stp: ", gate_name(g), " in instance ", instance_of_[w.vlan]);
+    VORN_NOTE(w, "stp: ", gate_name(g), " in instance ", instance_of_[w.vlan]);
     return true;
 }
 
@@ -303,11 +310,11 @@ bool DataPlane::learn_stage(Walk& w)
 {
     const PortState& s = *w.in_state;
     if ((w.f.src()[0] & 1) || w.f.src48 == 0) {
-        w.note("learn: source ", mac_text(w.f.src()), " is not a station address, not learned");
+        VORN_NOTE(w, "learn: source ", mac_text(w.f.src()), " is not a station address, not learned");
         return true;
     }
     const Mp where = w.in_lag ? Mp(0, w.in_lag_id) : w.in;
-    const std::string place = w.in_lag ? phrase("LAG ", m_.names_.lag(w.in_lag_id)) : phrase("port ", w.in_usp);
+    auto place = [&] { return w.in_lag ? phrase("LAG ", m_.names_.lag(w.in_lag_id)) : phrase("port ", w.in_usp); };
     MacAddress source;
     std::copy(w.f.src(), w.f.src() + 6, source.begin());
     const FdbEntry* entry = m_.fdb_.find(w.vlan, w.f.src48);
@@ -320,20 +327,20 @@ bool DataPlane::learn_stage(Walk& w)
     if (entry) {
         const bool same = entry->port == where && entry->trunk == w.in_lag;
         if (entry->is_static)
-            w.note("learn: ", mac_text(w.f.src()), " has a static entry", same ? "" : ", not moved");
+            VORN_NOTE(w, "learn: ", mac_text(w.f.src()), " has a static entry", same ? "" : ", not moved");
         else
-            w.note("learn: ", mac_text(w.f.src()), same ? " refreshed on " : " moved to ", place);
+            VORN_NOTE(w, "learn: ", mac_text(w.f.src()), same ? " refreshed on " : " moved to ", place());
         if (w.commit && !entry->is_static) m_.learn(source, w.vlan, where, w.in_lag);
         return true;
     }
     if (!w.commit) {
-        w.note("learn: ", mac_text(w.f.src()), " would be learned on ", place, " in VLAN ", w.vlan);
+        VORN_NOTE(w, "learn: ", mac_text(w.f.src()), " would be learned on ", place(), " in VLAN ", w.vlan);
         return true;
     }
     m_.learn(source, w.vlan, where, w.in_lag);
     const bool added = m_.fdb_.find(w.vlan, w.f.src48) != nullptr;
-    w.note("learn: ", mac_text(w.f.src()), added ? " learned on " : " not learned (a MAC limit, or the table is full) on ",
-           place, " in VLAN ", w.vlan);
+    VORN_NOTE(w, "learn: ", mac_text(w.f.src()), added ? " learned on " : " not learned (a MAC limit, or the table is full) on ",
+           place(), " in VLAN ", w.vlan);
     return true;
 }
 
@@ -377,35 +384,35 @@ bool DataPlane::flow_stage(Walk& w)
             best_id = entry.first;
         }
     if (!best) {
-        w.note("flows: no match");
+        VORN_NOTE(w, "flows: no match");
         return true;
     }
     if (w.commit) ++const_cast<Flow*>(best)->packets;
-    w.note("flows: flow ", best_id, " (priority ", best->priority, ") matches");
+    VORN_NOTE(w, "flows: flow ", best_id, " (priority ", best->priority, ") matches");
     bool decided = false;
     for (const FlowAction& action : best->actions) {
         switch (action.kind) {
         case OF_ACTION_SET_VLAN:
             w.vlan = static_cast<unsigned int>(action.param.word[0]) & 0xfff;
-            w.note("flow ", best_id, ": VLAN set to ", w.vlan);
+            VORN_NOTE(w, "flow ", best_id, ": VLAN set to ", w.vlan);
             break;
         case OF_ACTION_SET_PRIORITY:
             w.pcp = static_cast<unsigned int>(action.param.word[0]) & 7;
-            w.note("flow ", best_id, ": priority set to ", w.pcp);
+            VORN_NOTE(w, "flow ", best_id, ": priority set to ", w.pcp);
             break;
         case OF_ACTION_MIRROR:
             if (m_.ports_.physical(action.port)) {
-                w.note("flow ", best_id, ": mirror to ", m_.names_.port(action.port));
+                VORN_NOTE(w, "flow ", best_id, ": mirror to ", m_.names_.port(action.port));
                 transmit(w, m_.ports_.index_of(action.port), m_.usp_of(action.port, false), w.f.data, w.f.size, true);
             }
             break;
         case OF_ACTION_OUTPUT:
             decided = true;
             if (!m_.ports_.physical(action.port)) {
-                w.note("flow ", best_id, ": output to flow port ", action.param.word[0], ", not a front-panel port");
+                VORN_NOTE(w, "flow ", best_id, ": output to flow port ", action.param.word[0], ", not a front-panel port");
                 break;
             }
-            w.note("flow ", best_id, ": output to ", m_.names_.port(action.port));
+            VORN_NOTE(w, "flow ", best_id, ": output to ", m_.names_.port(action.port));
             egress(w, action.port, Out{w.f.data, w.f.rest(), w.f.rest_size(), w.vlan, w.pcp}, by_vlan_or_untagged,
                    false);
             break;
@@ -509,7 +516,7 @@ bool DataPlane::l3_stage(Walk& w)
             break;
         }
     if (!to_router) return true;
-    w.note("l3: ", mac_text(w.f.dst()), " is an L3 interface's MAC in VLAN ", w.vlan);
+    VORN_NOTE(w, "l3: ", mac_text(w.f.dst()), " is an L3 interface's MAC in VLAN ", w.vlan);
     if (w.f.arp) {
         to_cpu(w, "ARP");
         return false;
@@ -535,9 +542,9 @@ bool DataPlane::l3_stage(Walk& w)
         return false;
     }
     if (std::string(how) == "route")
-        w.note("l3: route ", dst, "/", length, " via ", m_.names_.target(target->port, target->trunk));
+        VORN_NOTE(w, "l3: route ", dst, "/", length, " via ", m_.names_.target(target->port, target->trunk));
     else
-        w.note("l3: host ", dst, " on ", m_.names_.target(target->port, target->trunk));
+        VORN_NOTE(w, "l3: host ", dst, " on ", m_.names_.target(target->port, target->trunk));
     for (const auto& entry : l3.interfaces())
         if (entry.second.mac == target->mac) {
             to_cpu(w, "for the router", phrase(dst, " is the card's own address"));
@@ -576,7 +583,7 @@ void DataPlane::routed_out(Walk& w, unsigned int interface_id, const unsigned ch
     unsigned char macs[12];
     std::memcpy(macs, next_hop, 6);
     std::memcpy(macs + 6, it->second.mac.data(), 6);
-    w.note("l3: out of interface ", interface_id, " (", mac_text(macs + 6), ") in VLAN ", out_vlan, " to ",
+    VORN_NOTE(w, "l3: out of interface ", interface_id, " (", mac_text(macs + 6), ") in VLAN ", out_vlan, " to ",
            mac_text(macs), ", ", w.f.ipv4 ? "TTL " : "hop limit ", w.f.ttl - 1);
     unicast(w, port, trunk, Out{macs, routed_.data(), size, out_vlan, w.pcp}, by_vlan);
 }
@@ -596,11 +603,11 @@ void DataPlane::l2_stage(Walk& w)
         return;
     }
     if (!entry->trunk && entry->port == Mp(0, 0)) {
-        w.note("l2: ", mac_text(w.f.dst()), " is a system MAC");
+        VORN_NOTE(w, "l2: ", mac_text(w.f.dst()), " is a system MAC");
         to_cpu(w, "system MAC");
         return;
     }
-    w.note("l2: ", mac_text(w.f.dst()), " in VLAN ", w.vlan, " is on ", m_.names_.target(entry->port, entry->trunk));
+    VORN_NOTE(w, "l2: ", mac_text(w.f.dst()), " in VLAN ", w.vlan, " is on ", m_.names_.target(entry->port, entry->trunk));
     if (entry->trunk ? (w.in_lag && w.in_lag_id == entry->port.port()) : entry->port == w.in) {
         drop(w, "the destination is where the frame came from");
         return;
@@ -634,7 +641,7 @@ bool DataPlane::storm_allows(Walk& w, Flood kind)
 void DataPlane::flood(Walk& w, Flood kind, const Out& out)
 {
     if (!storm_allows(w, kind)) return;
-    w.note("l2: ", flood_name(kind), ", flooded in VLAN ", w.vlan);
+    VORN_NOTE(w, "l2: ", flood_name(kind), ", flooded in VLAN ", w.vlan);
     const PortState* s = w.in_state;
     const flood_block_type_t bit = kind == flood_broadcast   ? FLOOD_BLOCK_BROADCAST
                                    : kind == flood_multicast ? FLOOD_BLOCK_UNKNOWN_MULTICAST
@@ -651,7 +658,7 @@ void DataPlane::flood(Walk& w, Flood kind, const Out& out)
         if (s && !s->flood_blocking.empty()) {
             auto blocked = s->flood_blocking.find(m_.ports_.index_of(port));
             if (blocked != s->flood_blocking.end() && (blocked->second & bit)) {
-                w.note("l2: flood to ", m_.names_.port(port), " blocked");
+                VORN_NOTE(w, "l2: flood to ", m_.names_.port(port), " blocked");
                 continue;
             }
         }
@@ -664,7 +671,7 @@ void DataPlane::flood(Walk& w, Flood kind, const Out& out)
     const bool cpu_wants = kind != flood_unknown_unicast ||
                            (s && s->unknown_unicast_to_cpu) || m_.unknown_unicast_to_cpu_;
     if (cpu_wants && w.in_state) {
-        if (s->flood_blocking_cpu & bit) w.note("l2: flood to the CPU blocked");
+        if (s->flood_blocking_cpu & bit) VORN_NOTE(w, "l2: flood to the CPU blocked");
         else to_cpu(w, flood_name(kind));
     }
 }
@@ -718,7 +725,7 @@ void DataPlane::egress(Walk& w, const Mp& port, const Out& out, Tagging tagging,
     const Usp usp = m_.usp_of(port, false);
     auto dropped = [&](const std::string& why) {
         if (w.commit && s->stats_enabled) ++s->counters[STAT_IF_OUT_DISCARDS];
-        w.note("egress ", usp, ": dropped, ", why);
+        VORN_NOTE(w, "egress ", usp, ": dropped, ", why);
         if (w.result && !w.went && w.result->drop.empty()) w.result->drop = phrase("port ", usp, ": ", why);
     };
     if (!s->admin) return dropped("the port is disabled");
@@ -744,7 +751,7 @@ void DataPlane::egress(Walk& w, const Mp& port, const Out& out, Tagging tagging,
     }
     std::memcpy(p + size, out.rest, out.rest_size);
     size += out.rest_size;
-    w.note("egress ", usp, ": ", tagged ? phrase("tagged VLAN ", out.vlan) : std::string("untagged"), ", ", size,
+    VORN_NOTE(w, "egress ", usp, ": ", tagged ? phrase("tagged VLAN ", out.vlan) : std::string("untagged"), ", ", size,
            " bytes");
     transmit(w, index, usp, p, size, false);
     if (s->mirrored && (s->mirror_type & MIRROR_TYPE_EGRESS)) mirror(w, *s, false, p, size);
@@ -777,7 +784,7 @@ void DataPlane::mirror(Walk& w, const PortState& source, bool ingress_side, cons
 {
     if (!m_.ports_.physical(source.mirror_target)) return;
     const Usp usp = m_.usp_of(source.mirror_target, false);
-    w.note("mirror: ", ingress_side ? "received" : "sent", " frame copied to ", usp);
+    VORN_NOTE(w, "mirror: ", ingress_side ? "received" : "sent", " frame copied to ", usp);
     transmit(w, m_.ports_.index_of(source.mirror_target), usp, data, size, true);
 }
 
@@ -792,7 +799,7 @@ void DataPlane::to_cpu(Walk& w, const char* reason, const std::string& detail)
     if (w.at_cpu) return;
     w.at_cpu = true;
     w.went = true;
-    w.note("cpu: ", detail.empty() ? std::string(reason) : detail);
+    VORN_NOTE(w, "cpu: ", detail.empty() ? std::string(reason) : detail);
     if (w.commit) m_.events_.received(w.in_usp, w.vlan, std::vector<unsigned char>(w.f.data, w.f.data + w.f.size));
     if (w.result)
         w.result->to_cpu.push_back(
@@ -802,7 +809,7 @@ void DataPlane::to_cpu(Walk& w, const char* reason, const std::string& detail)
 bool DataPlane::drop(Walk& w, const std::string& reason)
 {
     if (w.commit && w.in_state && w.in_state->stats_enabled) ++w.in_state->counters[STAT_IF_IN_DISCARDS];
-    w.note("drop: ", reason);
+    VORN_NOTE(w, "drop: ", reason);
     if (w.result && w.result->drop.empty()) w.result->drop = reason;
     return false;
 }
