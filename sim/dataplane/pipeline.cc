@@ -99,8 +99,18 @@ struct DataPlane::Walk {
     const Vlan* vlan_entry = nullptr;
     bool commit = true;
     FrameResult* result = nullptr;
-    bool went = false;    // a copy left a port or reached the CPU
+    bool went = false;    // the frame left a port or reached the CPU (a mirror copy does not count)
     bool at_cpu = false;  // the CPU has the frame (it gets it once)
+    bool egress_drop = false;  // the drop reason is a port's the frame could not leave by
+
+    // Once the frame goes somewhere, a port it could not leave by is no
+    // reason why it went nowhere.
+    void gone()
+    {
+        went = true;
+        if (result && egress_drop) result->drop.clear();
+        egress_drop = false;
+    }
 
     template <class... Parts>
     void note(const Parts&... parts)
@@ -726,7 +736,10 @@ void DataPlane::egress(Walk& w, const Mp& port, const Out& out, Tagging tagging,
     auto dropped = [&](const std::string& why) {
         if (w.commit && s->stats_enabled) ++s->counters[STAT_IF_OUT_DISCARDS];
         VORN_NOTE(w, "egress ", usp, ": dropped, ", why);
-        if (w.result && !w.went && w.result->drop.empty()) w.result->drop = phrase("port ", usp, ": ", why);
+        if (w.result && !w.went && w.result->drop.empty()) {
+            w.result->drop = phrase("port ", usp, ": ", why);
+            w.egress_drop = true;
+        }
     };
     if (!s->admin) return dropped("the port is disabled");
     if (s->link != PHY_STATE_UP) return dropped("no link");
@@ -762,7 +775,7 @@ void DataPlane::egress(Walk& w, const Mp& port, const Out& out, Tagging tagging,
 void DataPlane::transmit(Walk& w, unsigned int index, const Usp& usp, const unsigned char* data, std::size_t size,
                          bool mirror_copy)
 {
-    w.went = true;
+    if (!mirror_copy) w.gone();
     PortState& s = m_.ports_.at(index);
     if (mirror_copy && (!s.admin || s.link != PHY_STATE_UP)) return;
     if (w.commit) {
@@ -798,7 +811,7 @@ void DataPlane::to_cpu(Walk& w, const char* reason, const std::string& detail)
 {
     if (w.at_cpu) return;
     w.at_cpu = true;
-    w.went = true;
+    w.gone();
     VORN_NOTE(w, "cpu: ", detail.empty() ? std::string(reason) : detail);
     if (w.commit) m_.events_.received(w.in_usp, w.vlan, std::vector<unsigned char>(w.f.data, w.f.data + w.f.size));
     if (w.result)
