@@ -21,7 +21,7 @@ port 1/1/9 stp blocking
 callbacks on
 mac add 1/1/3 00:1b:21:0a:0b:0c 10
 mac system 02:00:00:00:00:01 20
-packet inject 1/1/5 10 ffffffffffff001b21aabbcc08060001
+packet receive 1/1/5 10 ffffffffffff001b21aabbcc08060001
 
 # Routing in VLAN 20: an interface, a host, IPv4 and IPv6 routes.
 l3 interface create 02:00:00:00:00:01 20

@@ -1,6 +1,6 @@
 // The friendly commands: ports, spanning tree, VLANs, LAGs, MAC table, L3,
-// flows and filters, statistics, CPU packets, callbacks, links and trace.
-// Every change goes through the library's API.
+// flows and filters, statistics, callbacks, links and trace (the data-plane
+// commands are dataplane.cc's).  Every change goes through the library's API.
 #include <algorithm>
 #include <map>
 
@@ -119,21 +119,19 @@ bool vlan_delete(const Words& w, std::ostream&)
         vlans_text);
 }
 
-unsigned int vlan_id(const std::string& word) { return static_cast<unsigned int>(read_number(word, 4095)); }
-
 std::vector<Form> vlan_forms()
 {
     return {
         form("create <vlans>", vlan_create),
         form("delete <vlans>", vlan_delete),
         form("add <vlan> <tagged> <untagged>",
-             [](const Words& w, std::ostream&) { return vorn_add_ports_to_vlan(vlan_id(w[1]), read_ports(w[2]), read_ports(w[3])); }),
+             [](const Words& w, std::ostream&) { return vorn_add_ports_to_vlan(read_vlan(w[1]), read_ports(w[2]), read_ports(w[3])); }),
         form("remove <vlan> <ports>",
-             [](const Words& w, std::ostream&) { return vorn_delete_ports_from_vlan(vlan_id(w[1]), read_ports(w[2])); }),
+             [](const Words& w, std::ostream&) { return vorn_delete_ports_from_vlan(read_vlan(w[1]), read_ports(w[2])); }),
         form("mac <vlan> <mac> <priority>",
              [](const Words& w, std::ostream&) {
                  const auto mac = read_mac(w[2]);
-                 return vorn_set_mac_vlan(mac.data(), vlan_id(w[1]), static_cast<unsigned int>(read_number(w[3], 7)));
+                 return vorn_set_mac_vlan(mac.data(), read_vlan(w[1]), static_cast<unsigned int>(read_number(w[3], 7)));
              }),
     };
 }
@@ -208,17 +206,17 @@ std::vector<Form> mac_forms()
         form("add <port> <mac> <vlan>",
              [](const Words& w, std::ostream&) {
                  const auto m = read_mac(w[2]);
-                 return vorn_add_mac_to_port(read_port(w[1]), m.data(), vlan_id(w[3]));
+                 return vorn_add_mac_to_port(read_port(w[1]), m.data(), read_vlan(w[3]));
              }),
         form("system <mac> <vlan>",
              [](const Words& w, std::ostream&) {
                  const auto m = read_mac(w[1]);
-                 return vorn_add_system_mac(m.data(), vlan_id(w[2]));
+                 return vorn_add_system_mac(m.data(), read_vlan(w[2]));
              }),
         form("delete <mac> <vlan>",
              [](const Words& w, std::ostream&) {
                  const auto m = read_mac(w[1]);
-                 return vorn_delete_mac(vlan_id(w[2]), m.data());
+                 return vorn_delete_mac(read_vlan(w[2]), m.data());
              }),
         form("aging <seconds>",
              [](const Words& w, std::ostream&) {
@@ -231,7 +229,7 @@ std::vector<Form> mac_forms()
         form("flush all [static]", [](const Words& w, std::ostream&) { return vorn_clear_fdb_table(static_too(w, 2)); },
              statics),
         form("flush vlan <vlan> [static]",
-             [](const Words& w, std::ostream&) { return vorn_clear_fdb_by_vlan(vlan_id(w[2]), static_too(w, 3)); },
+             [](const Words& w, std::ostream&) { return vorn_clear_fdb_by_vlan(read_vlan(w[2]), static_too(w, 3)); },
              statics),
         form("flush port <port> [static]",
              [](const Words& w, std::ostream&) { return vorn_clear_fdb_by_port(read_port(w[2]), static_too(w, 3)); },
@@ -258,7 +256,7 @@ bool route_add(const Words& w, std::ostream&)
     }
     unsigned int address = 0, mask = 0;
     read_ipv4_prefix(w[2], address, mask);
-    return vorn_add_l3_route_ip4(p, address, mask, m.data(), interface, w.size() > 6 ? vlan_id(w[6]) : 0);
+    return vorn_add_l3_route_ip4(p, address, mask, m.data(), interface, w.size() > 6 ? read_vlan(w[6]) : 0);
 }
 
 bool route_delete(const Words& w, std::ostream&)
@@ -281,7 +279,7 @@ std::vector<Form> l3_forms()
              [](const Words& w, std::ostream& out) {
                  const auto m = read_mac(w[2]);
                  unsigned int id = 0;
-                 if (!vorn_create_l3_interface(m.data(), vlan_id(w[3]), id)) return false;
+                 if (!vorn_create_l3_interface(m.data(), read_vlan(w[3]), id)) return false;
                  out << "interface " << id << "\n";
                  return true;
              }),
@@ -407,23 +405,7 @@ std::vector<Form> filter_forms()
     return forms;
 }
 
-// --- packets, links, callbacks ------------------------------------------------
-
-std::vector<Form> packet_forms()
-{
-    return {
-        form("send <tagged> <untagged> <hex>",
-             [](const Words& w, std::ostream&) {
-                 Packet p;
-                 p.set_data(read_hex(w[3]));
-                 return vorn_send_packet_by_port(read_ports(w[1]), read_ports(w[2]), p);
-             }),
-        form("inject <port> <vlan> <hex>",
-             [](const Words& w, std::ostream&) {
-                 return vorn_sim::receive_frame(read_port(w[1]), vlan_id(w[2]), read_hex(w[3]));
-             }),
-    };
-}
+// --- links, callbacks ---------------------------------------------------------
 
 // Plugging or pulling a list of cables: a refusal puts back the ones done.
 bool link(const Words& w, std::ostream&)
@@ -514,8 +496,13 @@ void add_friendly_commands(Shell& shell)
     add("flow", "flows: match key=value,... (in dmac smac vlan pcp eth sip dip proto tos sport dport)",
         "flow add in=1/1/1,eth=0x0806 10", flow_forms());
     add("filter", "packet filters to the CPU", "filter add ip-protocol 89", filter_forms());
-    add("packet", "send a frame from the CPU, or receive one on a port (reference host)",
-        "packet send 1/1/1 - ffffffffffff0200", packet_forms());
+    add("packet",
+        "frames (reference host): send from the CPU, inject off the wire, trace, receive at the CPU",
+        "vlan add 1 - 1/1/1-3 ; packet inject 1/1/1 ffffffffffff001b2100000108060001", packet_forms());
+    add("capture", "capture the frames of ports, both ways, to a pcap file (reference host); off stops it",
+        "capture 1/1/1-3 ports.pcap", capture_forms());
+    add("mstp-map", "put a VLAN in an MSTP instance (reference host; every VLAN starts in instance 0)",
+        "vlan create 10 ; mstp-map 10 3", mstp_map_forms());
     add("link", "plug or pull the cable of ports (reference host)", "link 1/1/7 down",
         {form("<ports> <state>", link, {{"state", enum_names<phy_state_t>()}})});
     add("callbacks", "register the shell's callbacks; show events prints what arrived", "callbacks on",

@@ -74,6 +74,10 @@ inline void need(const Words& words, std::size_t count)
 
 // The friendly commands.
 void add_friendly_commands(Shell& shell);
+// The data-plane commands (dataplane.cc): packet, capture, mstp-map.
+std::vector<Form> packet_forms();
+std::vector<Form> capture_forms();
+std::vector<Form> mstp_map_forms();
 
 // The show views: the switch model's tables, so that what is shown is what
 // the library did to the "hardware".

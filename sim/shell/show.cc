@@ -296,21 +296,44 @@ bool show_flows(std::ostream& out)
     return true;
 }
 
+// The counters the data plane keeps, each way: octets, then packets by kind
+// of destination, then discards.
+struct CounterColumn {
+    const char* name;
+    stat_type_t type;
+};
+const CounterColumn counter_columns[] = {
+    {"in bytes", STAT_IF_IN_OCTETS},
+    {"in ucast", STAT_IF_IN_UCAST_PKTS},
+    {"in mcast", STAT_IF_IN_MULTICAST_PKTS},
+    {"in bcast", STAT_IF_IN_BROADCAST_PKTS},
+    {"in discards", STAT_IF_IN_DISCARDS},
+    {"out bytes", STAT_IF_OUT_OCTETS},
+    {"out ucast", STAT_IF_OUT_UCAST_PKTS},
+    {"out mcast", STAT_IF_OUT_MULTICAST_PKTS},
+    {"out bcast", STAT_IF_OUT_BROADCAST_PKTS},
+    {"out discards", STAT_IF_OUT_DISCARDS},
+};
+
+// `show counters [PORTS]`: the listed ports, or every port that counted
+// anything.
 bool show_counters(const Words& w, std::ostream& out)
 {
     const std::list<Usp> ports = w.empty() ? card_ports() : read_ports(w[0]);
-    Table table({"port", "rx bytes", "rx packets", "tx bytes", "tx packets"});
+    std::vector<std::string> header{"port"};
+    for (const CounterColumn& column : counter_columns) header.push_back(column.name);
+    Table table(header);
     for (const Usp& p : ports) {
         if (!w.empty()) existing_port(p);
-        unsigned long long values[4] = {0, 0, 0, 0};
-        const brief_stat_type_t kinds[4] = {BRIEF_STAT_RX_BYTES, BRIEF_STAT_RX_PACKETS, BRIEF_STAT_TX_BYTES,
-                                            BRIEF_STAT_TX_PACKETS};
-        bool ok = true;
-        for (int k = 0; k < 4; ++k) ok = ok && vorn_get_port_brief_stat_counter64(p, kinds[k], values[k]);
-        if (!ok) return false;
-        if (!w.empty() || values[0] || values[2])
-            table.add({port_text(p), std::to_string(values[0]), std::to_string(values[1]), std::to_string(values[2]),
-                       std::to_string(values[3])});
+        std::vector<std::string> row{port_text(p)};
+        bool counted = false;
+        for (const CounterColumn& column : counter_columns) {
+            unsigned long long value = 0;
+            if (!vorn_get_port_stat_counter(p, column.type, value)) return false;
+            counted |= value != 0;
+            row.push_back(std::to_string(value));
+        }
+        if (!w.empty() || counted) table.add(row);
     }
     table.print(out);
     return true;

@@ -154,13 +154,16 @@ std::vector<unsigned char> read_hex(const std::string& word)
     std::string digits;
     for (char c : word)
         if (c != ':' && c != '.') digits += c;
-    if (digits.empty() || digits.size() % 2 || !digits_only(digits, true))
-        throw BadWord("bytes in hex", word);
+    if (digits.empty() || !digits_only(digits, true)) throw BadWord("bytes in hex", word);
+    if (digits.size() % 2)
+        throw BadWord("bytes in hex, two digits a byte (" + std::to_string(digits.size()) + " digits)", word);
     std::vector<unsigned char> bytes;
     for (std::size_t i = 0; i < digits.size(); i += 2)
         bytes.push_back(static_cast<unsigned char>(std::strtoul(digits.substr(i, 2).c_str(), nullptr, 16)));
     return bytes;
 }
+
+unsigned int read_vlan(const std::string& word) { return static_cast<unsigned int>(read_number(word, 4095)); }
 
 std::vector<unsigned int> read_vlans(const std::string& word)
 {

@@ -39,6 +39,7 @@ void read_ipv6_prefix(const std::string& word, std::array<unsigned char, 16>& ad
                       std::array<unsigned char, 16>& mask);
 std::vector<unsigned char> read_hex(const std::string& word);
 std::vector<unsigned int> read_vlans(const std::string& word);  // "10,20-22"
+unsigned int read_vlan(const std::string& word);  // 0-4095: the card refuses a VLAN it does not have
 
 std::string port_text(const Usp& port);
 std::string ports_text(const std::list<Usp>& ports);  // compacted into ranges

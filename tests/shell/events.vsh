@@ -3,10 +3,10 @@ callbacks on
 vlan create 40
 vlan add 40 - 1/1/1-3
 link 1/1/2 down
-packet inject 1/1/1 40 ffffffffffff001b2100000108060001
+packet receive 1/1/1 40 ffffffffffff001b2100000108060001
 mac aging 60
 clock 61
-packet send 1/1/1-3 - 0102030405
+packet send 1/1/1-3 - ffffffffffff001b2100000108060001
 show sent
 show counters 1/1/1-3
 show events

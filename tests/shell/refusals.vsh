@@ -6,7 +6,7 @@ lag add 0/1/1 1/1/1-2
 lag add 0/1/2 1/1/2-3
 link 1/1/49 down
 link 1/1/47-49 down
-packet inject 1/1/49 1 ffffffffffff001b21000002080600
+packet receive 1/1/49 1 ffffffffffff001b21000002080600
 port 1/1/1,1/1/49,1/1/2 pvid 1
 try link 1/1/49 down
 show ports 1/1/47-48

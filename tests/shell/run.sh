@@ -12,12 +12,16 @@ vornsh=("$@")
 failed=0
 passed=0
 actual=$(mktemp)
-trap 'rm -f "$actual"' EXIT
+# Scripts and examples run here, so what they write (captures) stays out of
+# the source tree.
+work=$(mktemp -d)
+trap 'rm -rf "$actual" "$work"' EXIT
 
 check() {
   local script=$1 expected=$2
   shift 2
-  (cd "$(dirname "$script")" && "${vornsh[@]}" "$@" "$(basename "$script")") >"$actual" 2>&1
+  cp "$script" "$work/"
+  (cd "$work" && "${vornsh[@]}" "$@" "$(basename "$script")") >"$actual" 2>&1
   echo "exit $?" >>"$actual"
   if diff -u "$expected" "$actual"; then
     passed=$((passed + 1))
@@ -31,6 +35,34 @@ check "$examples/bringup.vsh" "$cases/bringup.out"
 for script in "$cases"/*.vsh; do
   check "$script" "${script%.vsh}.out" --keep-going
 done
+# The capture forwarding.vsh wrote: each frame as it entered or left one of
+# its ports, in order, stamped with the card's clock and a sequence number.
+# tcpdump reads it when installed; its size is checked in any case.
+capture=$work/forwarding.pcap
+frames=$(cat <<'FRAMES'
+0.000000 00:1b:21:00:00:01 > ff:ff:ff:ff:ff:ff, ethertype ARP (0x0806), length 42:
+0.000001 00:1b:21:00:00:01 > ff:ff:ff:ff:ff:ff, ethertype ARP (0x0806), length 42:
+0.000002 00:1b:21:00:00:01 > ff:ff:ff:ff:ff:ff, ethertype ARP (0x0806), length 42:
+0.000003 00:1b:21:00:00:02 > 00:1b:21:00:00:01, ethertype ARP (0x0806), length 42:
+0.000004 00:1b:21:00:00:02 > 00:1b:21:00:00:01, ethertype ARP (0x0806), length 42:
+FRAMES
+)
+size=$(stat -c %s "$capture" 2>/dev/null)
+read_back=ok
+if [[ $size != $((24 + $(wc -l <<<"$frames") * (16 + 42))) ]]; then
+  read_back="forwarding.pcap is ${size:-missing} bytes"
+elif command -v tcpdump >/dev/null; then
+  said=$(tcpdump -r "$capture" -nn -e -tt 2>/dev/null | cut -d' ' -f1-9)
+  [[ $said == "$frames" ]] || read_back=$(printf 'tcpdump -r forwarding.pcap reads\n%s\nnot\n%s' "$said" "$frames")
+else
+  echo "tcpdump is not installed: forwarding.pcap checked by its size only"
+fi
+if [[ $read_back == ok ]]; then
+  passed=$((passed + 1))
+else
+  echo "FAILED: the capture of forwarding.vsh: $read_back"
+  failed=$((failed + 1))
+fi
 declared=$(grep -o -E 'bool vorn_[a-z0-9_]+\(' "$api_header" | sed -E 's/bool vorn_(.*)\(/\1/' | sort)
 commands=$("${vornsh[@]}" --no-init - <<<"help api" | awk '{print $1}' | sort)
 if [[ "$declared" == "$commands" ]]; then
@@ -83,7 +115,7 @@ while read -r name; do
   example=$("${vornsh[@]}" --no-init - <<<"help $name" | sed -n 's/^  example: //p')
   last=$(awk -F';' '{print $NF}' <<<"$example" | awk '{print ($1 == "try" ? $2 : $1)}')
   [[ $last == "$name" ]] || printf '%s: the example ends with %s: %s\n' "$name" "'$last'" "$example"
-  said=$("${vornsh[@]}" - <<<"$example" 2>&1 >/dev/null)
+  said=$(cd "$work" && "${vornsh[@]}" - <<<"$example" 2>&1 >/dev/null)
   status=$?
   if grep -qx -- "$name" <<<"$by_design"; then
     [[ $status -eq 2 ]] || printf '%s: listed as refused by design, but exits %s: %s\n' "$name" "$status" "$example"

@@ -14,7 +14,7 @@ port 1/1/1-2 pvid 10
 mac add 1/1/1 00:1b:21:00:00:01 10
 mac add 0/1/1 00:1b:21:00:00:05 20
 mac add 1/1/3 00:1b:21:00:00:03 20
-packet inject 1/1/2 10 ffffffffffff001b21000002080600
+packet receive 1/1/2 10 ffffffffffff001b21000002080600
 flow add in=1/1/1,dmac=00:1b:21:00:00:03,vlan=10,sip=10.1.0.0/16,proto=17,dport=53 5
 flow action 1 output 1/1/3
 flow action 1 drop
