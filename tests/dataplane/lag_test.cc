@@ -55,6 +55,18 @@ TEST_F(Lag, AMemberWithoutLinkIsPassedOver)
     }
 }
 
+// Whichever member a flow would take, a flood never leaves by the LAG it
+// came in on.
+TEST_F(Lag, AFloodNeverGoesBackIntoItsLag)
+{
+    for (unsigned int n = 0; n < 32; ++n) {
+        SCOPED_TRACE("source " + std::to_string(n));
+        const unsigned int in = 5 + n % 2;
+        expect_result(inject(in, frame(broadcast_mac, station(0x100 + n))), "1 2 cpu:broadcast", "");
+        expect_result(inject(in, frame(unknown, station(0x100 + n))), "1 2", "");
+    }
+}
+
 TEST_F(Lag, SourcesAreLearnedOnTheLagAndNothingGoesBackIntoIt)
 {
     struct Step {
