@@ -2,6 +2,7 @@
 #include "l3_tables.hh"
 
 #include <algorithm>
+#include <functional>
 #include <string>
 
 #include "format.hh"
@@ -42,11 +43,10 @@ int prefix_length6(const unsigned char* mask)
 
 Ipv6Key masked6(const unsigned char* address, int length)
 {
-    Ipv6Key key;
-    for (int i = 0; i < 16; ++i) {
-        const int bits = std::max(0, std::min(8, length - 8 * i));
-        key.address[i] = address[i] & static_cast<unsigned char>(0xff00 >> bits);
-    }
+    Ipv6Key key{};
+    const int whole = length / 8;
+    std::copy(address, address + whole, key.address.begin());
+    if (length % 8) key.address[whole] = address[whole] & static_cast<unsigned char>(0xff00 >> length % 8);
     return key;
 }
 
@@ -125,13 +125,16 @@ std::string route6_name(const unsigned char* address, int length)
 }
 
 
-void fill(RouteMatch& match, int length, const L3Target& t, const Usp& port)
+// False when there is no route.
+bool fill(RouteMatch& match, const Names& names, const L3Target* route, unsigned int length)
 {
-    match.prefix_length = static_cast<unsigned int>(length);
-    match.port = port;
-    match.trunk = t.trunk;
-    match.interface_id = t.interface_id;
-    std::copy(t.mac.begin(), t.mac.end(), match.next_hop_mac);
+    if (!route) return false;
+    match.prefix_length = length;
+    match.port = names.usp_of(route->port, route->trunk);
+    match.trunk = route->trunk;
+    match.interface_id = route->interface_id;
+    std::copy(route->mac.begin(), route->mac.end(), match.next_hop_mac);
+    return true;
 }
 
 }  // namespace
@@ -144,6 +147,129 @@ L3Tables::L3Tables(const Config& config)
       routes4_(33),
       routes6_(129)
 {
+}
+
+// --- The IPv4 trie.
+namespace {
+
+const unsigned int stride_end[] = {16, 24, 32};  // address bits resolved by the end of each level
+const std::uint32_t chunk_flag = 0x80000000u;
+const std::size_t chunk_size = 256;
+
+unsigned int slot_index(unsigned int address, int level)
+{
+    return level == 0 ? address >> 16 : (address >> (32 - stride_end[level])) & 255;
+}
+
+// A number from `free` when one is there, else `fresh`.
+std::uint32_t reuse_or(std::vector<std::uint32_t>& free, std::size_t fresh)
+{
+    if (free.empty()) return static_cast<std::uint32_t>(fresh);
+    const std::uint32_t reused = free.back();
+    free.pop_back();
+    return reused;
+}
+
+}  // namespace
+
+RouteTrie4::Slot& RouteTrie4::slot_at(int level, std::uint32_t chunk, unsigned int index)
+{
+    return level == 0 ? top_[index] : chunks_[chunk * chunk_size + index];
+}
+
+// The chunk under a slot; a slot that held a route (or none) gets a new
+// chunk holding that route throughout.
+std::uint32_t RouteTrie4::chunk_below(int level, std::uint32_t chunk, unsigned int index)
+{
+    const Slot slot = slot_at(level, chunk, index);
+    if (slot & chunk_flag) return slot & ~chunk_flag;
+    const std::uint32_t below = reuse_or(free_chunks_, chunk_routes_.size());
+    if (below == chunk_routes_.size()) {
+        chunks_.resize(chunks_.size() + chunk_size);
+        chunk_routes_.push_back(0);
+    }
+    std::fill_n(chunks_.begin() + below * chunk_size, chunk_size, slot);
+    slot_at(level, chunk, index) = chunk_flag | below;
+    return below;
+}
+
+// Each route slot under the slots a prefix of `length` covers at `level`.
+template <class Visit>
+void RouteTrie4::visit_range(int level, std::uint32_t chunk, unsigned int prefix, unsigned int length,
+                             Visit visit)
+{
+    const unsigned int first = slot_index(prefix, level);
+    const unsigned int count = 1u << (stride_end[level] - length);
+    for (unsigned int index = first; index < first + count; ++index)
+        visit_leaves(slot_at(level, chunk, index), visit);
+}
+
+template <class Visit>
+void RouteTrie4::visit_leaves(Slot& slot, Visit& visit)
+{
+    if (!(slot & chunk_flag)) return visit(slot);
+    const std::size_t base = (slot & ~chunk_flag) * chunk_size;
+    for (std::size_t i = 0; i < chunk_size; ++i) visit_leaves(chunks_[base + i], visit);
+}
+
+void RouteTrie4::add(unsigned int prefix, unsigned int length, const L3Target* route)
+{
+    if (top_.empty()) top_.assign(std::size_t(1) << 16, 0);
+    const std::uint32_t index = reuse_or(free_leaves_, leaves_.size());
+    if (index == leaves_.size()) leaves_.emplace_back();
+    leaves_[index] = Leaf{route, length};
+    const Slot leaf = leaf_of_[route] = index + 1;
+    int level = 0;
+    std::uint32_t chunk = 0;
+    for (; length > stride_end[level]; ++level) {
+        chunk = chunk_below(level, chunk, slot_index(prefix, level));
+        ++chunk_routes_[chunk];
+    }
+    visit_range(level, chunk, prefix, length, [&](Slot& slot) {
+        if (!slot || leaves_[slot - 1].length < length) slot = leaf;
+    });
+}
+
+void RouteTrie4::remove(unsigned int prefix, unsigned int length, const L3Target* route,
+                        const L3Target* fallback)
+{
+    const auto found = leaf_of_.find(route);
+    const Slot gone = found->second;
+    const Slot replacement = fallback ? leaf_of_.at(fallback) : 0;
+    std::uint32_t path[3] = {0, 0, 0};  // the chunk each level reads
+    int level = 0;
+    for (; length > stride_end[level]; ++level)
+        path[level + 1] = slot_at(level, path[level], slot_index(prefix, level)) & ~chunk_flag;
+    visit_range(level, path[level], prefix, length, [&](Slot& slot) {
+        if (slot == gone) slot = replacement;
+    });
+    // A chunk left with no route of its own holds one route throughout:
+    // that route goes back into the slot above it.
+    for (; level > 0; --level)
+        if (--chunk_routes_[path[level]] == 0) {
+            slot_at(level - 1, path[level - 1], slot_index(prefix, level - 1)) = chunks_[path[level] * chunk_size];
+            free_chunks_.push_back(path[level]);
+        }
+    free_leaves_.push_back(gone - 1);
+    leaf_of_.erase(found);
+    if (leaf_of_.empty()) clear();
+}
+
+void RouteTrie4::clear()
+{
+    *this = RouteTrie4();
+}
+
+const L3Target* RouteTrie4::find(unsigned int address, unsigned int& length) const
+{
+    if (top_.empty()) return nullptr;
+    Slot slot = top_[address >> 16];
+    for (int level = 1; slot & chunk_flag; ++level)
+        slot = chunks_[(slot & ~chunk_flag) * chunk_size + slot_index(address, level)];
+    if (!slot) return nullptr;
+    const Leaf& leaf = leaves_[slot - 1];
+    length = leaf.length;
+    return leaf.route;
 }
 
 // A host or route looked up by address and by where it leads: null after
@@ -336,8 +462,10 @@ bool L3Tables::add_route4(Refuser& refuse, int length, unsigned int address, con
 {
     if (!known_interface(refuse, interface_id) || !refuse.room("IPv4 route table", route4_count_, route4_capacity_))
         return false;
-    if (!routes4_[length].emplace(address & mask_of(length), target(port, trunk, mac, interface_id, vlan)).second)
-        return refuse("route ", route4_name(address, length), " already exists");
+    const unsigned int prefix = address & mask_of(length);
+    const auto added = routes4_[length].emplace(prefix, target(port, trunk, mac, interface_id, vlan));
+    if (!added.second) return refuse("route ", route4_name(address, length), " already exists");
+    trie4_.add(prefix, length, &added.first->second);
     ++route4_count_;
     return true;
 }
@@ -350,6 +478,7 @@ bool L3Tables::add_route6(Refuser& refuse, int length, const unsigned char* addr
     const L3Target t = target(port, trunk, mac, interface_id, on->vlan);
     if (!routes6_[length].emplace(masked6(address, length), t).second)
         return refuse("route ", route6_name(address, length), " already exists");
+    note_length6(length);
     ++route6_count_;
     return true;
 }
@@ -386,8 +515,15 @@ bool L3Tables::route6(Refuser& refuse, const Names& names, const unsigned char* 
 void L3Tables::delete_routes_on_interface(unsigned int interface_id)
 {
     auto on_interface = [&](const auto& e) { return e.second.interface_id == interface_id; };
+    const std::size_t routes4_before = route4_count_;
     for (auto& table : routes4_) route4_count_ -= erase_where(table, on_interface);
     for (auto& table : routes6_) route6_count_ -= erase_where(table, on_interface);
+    for (int length = 0; length <= 128; ++length) note_length6(length);
+    // As costly as the scan above, and simpler than removing one by one.
+    if (route4_count_ == routes4_before) return;
+    trie4_.clear();
+    for (int length = 0; length <= 32; ++length)
+        for (const auto& route : routes4_[length]) trie4_.add(route.first, length, &route.second);
 }
 
 bool L3Tables::delete_route4(Refuser& refuse, const Names& names, unsigned int address, unsigned int mask,
@@ -395,9 +531,10 @@ bool L3Tables::delete_route4(Refuser& refuse, const Names& names, unsigned int a
 {
     const int length = prefix4(refuse, mask);
     if (length < 0) return false;
-    if (!entry_at(refuse, names, routes4_[length], address & mask, "route " + route4_name(address, length), port,
-                  trunk))
-        return false;
+    const L3Target* route = entry_at(refuse, names, routes4_[length], address & mask,
+                                     "route " + route4_name(address, length), port, trunk);
+    if (!route) return false;
+    trie4_.remove(address & mask, length, route, covering4(address, length));
     routes4_[length].erase(address & mask);
     --route4_count_;
     return true;
@@ -412,6 +549,7 @@ bool L3Tables::delete_route6(Refuser& refuse, const Names& names, const unsigned
     if (!entry_at(refuse, names, routes6_[length], key, "route " + route6_name(address, length), port, trunk))
         return false;
     routes6_[length].erase(key);
+    note_length6(length);
     --route6_count_;
     return true;
 }
@@ -421,29 +559,72 @@ void L3Tables::clear_routes()
     for (auto& table : routes4_) table.clear();
     for (auto& table : routes6_) table.clear();
     route4_count_ = route6_count_ = 0;
+    trie4_.clear();
+    lengths6_.clear();
+}
+
+// The longest route shorter than `shorter_than` that covers `address`.
+const L3Target* L3Tables::covering4(unsigned int address, int shorter_than) const
+{
+    for (int length = shorter_than - 1; length >= 0; --length) {
+        auto found = routes4_[length].find(address & mask_of(length));
+        if (found != routes4_[length].end()) return &found->second;
+    }
+    return nullptr;
+}
+
+void L3Tables::note_length6(int length)
+{
+    const auto at = std::lower_bound(lengths6_.begin(), lengths6_.end(), length, std::greater<int>());
+    const bool listed = at != lengths6_.end() && *at == length;
+    const bool used = !routes6_[length].empty();
+    if (listed && !used) lengths6_.erase(at);
+    if (used && !listed) lengths6_.insert(at, static_cast<unsigned char>(length));
+}
+
+// --- Lookups.
+template <class Table, class Key>
+const L3Target* found_in(const Table& table, const Key& key)
+{
+    auto found = table.find(key);
+    return found == table.end() ? nullptr : &found->second;
+}
+
+const L3Target* L3Tables::find_host4(unsigned int address) const { return found_in(hosts4_, address); }
+
+const L3Target* L3Tables::find_host6(const unsigned char* address) const
+{
+    return found_in(hosts6_, masked6(address, 128));
+}
+
+const L3Target* L3Tables::longest_match4(unsigned int address, unsigned int& prefix_length) const
+{
+    return trie4_.find(address, prefix_length);
+}
+
+const L3Target* L3Tables::longest_match6(const unsigned char* address, unsigned int& prefix_length) const
+{
+    for (unsigned char length : lengths6_) {
+        const L3Target* route = found_in(routes6_[length], masked6(address, length));
+        if (!route) continue;
+        prefix_length = length;
+        return route;
+    }
+    return nullptr;
 }
 
 bool L3Tables::lookup4(const Names& names, unsigned int address, RouteMatch& match) const
 {
-    for (int length = 32; length >= 0; --length) {
-        auto found = routes4_[length].find(address & mask_of(length));
-        if (found == routes4_[length].end()) continue;
-        fill(match, length, found->second, names.usp_of(found->second.port, found->second.trunk));
-        return true;
-    }
-    return false;
+    unsigned int length = 0;
+    const L3Target* route = longest_match4(address, length);
+    return fill(match, names, route, length);
 }
 
 bool L3Tables::lookup6(const Names& names, const unsigned char* address, RouteMatch& match) const
 {
-    for (int length = 128; length >= 0; --length) {
-        if (routes6_[length].empty()) continue;
-        auto found = routes6_[length].find(masked6(address, length));
-        if (found == routes6_[length].end()) continue;
-        fill(match, length, found->second, names.usp_of(found->second.port, found->second.trunk));
-        return true;
-    }
-    return false;
+    unsigned int length = 0;
+    const L3Target* route = longest_match6(address, length);
+    return fill(match, names, route, length);
 }
 
 }  // namespace vorn_sim

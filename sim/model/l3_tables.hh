@@ -1,11 +1,13 @@
 // The L3 tables: interfaces (a MAC in a VLAN, by id), IPv4 and IPv6 hosts
 // and routes, each leading to a port or a LAG through an interface.  Routes
-// are kept per prefix length, so a longest-prefix lookup is at most 33 (or
-// 129) hash lookups.
+// are kept per prefix length, which is what adds, gets and deletes by
+// subnet need; longest-prefix lookups go through an index beside them (a
+// trie for IPv4, the list of lengths in use for IPv6).
 #ifndef VORN_SIM_L3_TABLES_HH
 #define VORN_SIM_L3_TABLES_HH
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <unordered_map>
 #include <vector>
@@ -38,12 +40,55 @@ struct Ipv6Hash {
     std::size_t operator()(const Ipv6Key& key) const;
 };
 
+// Longest-prefix match over IPv4 routes: a trie of 16, 8 and 8 bit strides
+// whose every slot holds the longest route covering it (leaf pushing), so a
+// lookup reads at most three slots.  It is updated on each add and remove
+// rather than rebuilt, so a control plane that churns routes never makes a
+// lookup pay for a rebuild.  Nothing is allocated while it holds no route.
+class RouteTrie4 {
+public:
+    // `route` stays where it is until remove(); `length` is 0-32.
+    void add(unsigned int prefix, unsigned int length, const L3Target* route);
+    // `fallback`: the longest route left that is shorter than `length` and
+    // covers `prefix`, or null.
+    void remove(unsigned int prefix, unsigned int length, const L3Target* route, const L3Target* fallback);
+    void clear();
+    // Null when no route covers `address`; `length` is set otherwise.
+    const L3Target* find(unsigned int address, unsigned int& length) const;
+
+private:
+    // 0: no route; 1 + an index in leaves_; or chunk_flag | a chunk number.
+    typedef std::uint32_t Slot;
+    struct Leaf {
+        const L3Target* route;
+        unsigned int length;
+    };
+
+    Slot& slot_at(int level, std::uint32_t chunk, unsigned int index);
+    std::uint32_t chunk_below(int level, std::uint32_t chunk, unsigned int index);
+    template <class Visit>
+    void visit_range(int level, std::uint32_t chunk, unsigned int prefix, unsigned int length, Visit visit);
+    template <class Visit>
+    void visit_leaves(Slot& slot, Visit& visit);
+
+    std::vector<Slot> top_;                    // by the first 16 bits of the address
+    std::vector<Slot> chunks_;                 // 256 slots each, by the next 8 bits
+    std::vector<std::uint32_t> chunk_routes_;  // routes that end in or below each chunk
+    std::vector<std::uint32_t> free_chunks_;
+    std::vector<Leaf> leaves_;
+    std::vector<std::uint32_t> free_leaves_;
+    std::unordered_map<const L3Target*, Slot> leaf_of_;
+};
+
 class L3Tables {
 public:
     typedef std::unordered_map<unsigned int, L3Target> Table4;
     typedef std::unordered_map<Ipv6Key, L3Target, Ipv6Hash> Table6;
 
     L3Tables(const Config& config);
+    // The IPv4 trie points into the route tables.
+    L3Tables(const L3Tables&) = delete;
+    L3Tables& operator=(const L3Tables&) = delete;
 
     const std::map<unsigned int, L3Interface>& interfaces() const { return interfaces_; }
     const Table4& hosts4() const { return hosts4_; }
@@ -102,6 +147,14 @@ public:
                        const unsigned char* mask, const Mp& port, bool trunk);
     void clear_routes();
 
+    // For forwarding: a host by its address, the route with the longest
+    // prefix that covers an address (and that prefix's length); null when
+    // there is none.  They allocate nothing.
+    const L3Target* find_host4(unsigned int address) const;
+    const L3Target* find_host6(const unsigned char* address) const;
+    const L3Target* longest_match4(unsigned int address, unsigned int& prefix_length) const;
+    const L3Target* longest_match6(const unsigned char* address, unsigned int& prefix_length) const;
+
     // Longest-prefix match; false without a refusal when no route matches.
     bool lookup4(const Names& names, unsigned int address, RouteMatch& match) const;
     bool lookup6(const Names& names, const unsigned char* address, RouteMatch& match) const;
@@ -109,6 +162,8 @@ public:
 private:
     const L3Interface* known_interface(Refuser& refuse, unsigned int interface_id) const;
     bool host_room(Refuser& refuse) const;
+    const L3Target* covering4(unsigned int address, int shorter_than) const;
+    void note_length6(int length);
 
     std::size_t interface_capacity_;
     std::size_t host_capacity_;
@@ -122,6 +177,8 @@ private:
     std::vector<Table6> routes6_;
     std::size_t route4_count_ = 0;
     std::size_t route6_count_ = 0;
+    RouteTrie4 trie4_;
+    std::vector<unsigned char> lengths6_;  // that hold IPv6 routes, longest first
 };
 
 }  // namespace vorn_sim
