@@ -402,10 +402,16 @@ bool DataPlane::flow_stage(Walk& w)
     bool decided = false;
     for (const FlowAction& action : best->actions) {
         switch (action.kind) {
-        case OF_ACTION_SET_VLAN:
+        case OF_ACTION_SET_VLAN: {
+            // The frame goes on in the new VLAN: its members flood it.
             w.vlan = static_cast<unsigned int>(action.param.word[0]) & 0xfff;
+            auto it = m_.vlans_.vlans().find(w.vlan);
+            if (it == m_.vlans_.vlans().end())
+                return drop(w, phrase("flow ", best_id, ": VLAN ", w.vlan, " does not exist"));
+            w.vlan_entry = &it->second;
             VORN_NOTE(w, "flow ", best_id, ": VLAN set to ", w.vlan);
             break;
+        }
         case OF_ACTION_SET_PRIORITY:
             w.pcp = static_cast<unsigned int>(action.param.word[0]) & 7;
             VORN_NOTE(w, "flow ", best_id, ": priority set to ", w.pcp);
