@@ -16,7 +16,8 @@ struct Count {
 
 void expect_counts(const std::vector<Count>& counts)
 {
-    for (const Count& c : counts) EXPECT_EQ(counter(c.port, c.kind), c.value) << "port " << c.port << " counter " << c.kind;
+    for (const Count& c : counts)
+        EXPECT_EQ(counter(c.port, c.kind), c.value) << "port " << c.port << " counter " << c.kind;
 }
 
 // Port 1 sends one frame of each kind; port 2 gets them all, port 3 none
@@ -28,7 +29,8 @@ TEST_F(Card, PortsCountByKindAndDirection)
     for (unsigned int n : {1u, 2u, 3u}) ASSERT_TRUE(vorn_clear_port_stat_counter(port(n)));
     ASSERT_TRUE(vorn_set_port_egress_admin_state(port(3), false));
     const Bytes unicast = frame(station(2), station(1));
-    const Bytes multicast = frame(multicast_mac, station(1)).ipv4(ip4(10, 0, 0, 1), ip4(224, 0, 0, 1)).udp(1, 2);
+    const Bytes multicast =
+        frame(multicast_mac, station(1)).ipv4(ip4(10, 0, 0, 1), ip4(224, 0, 0, 1)).udp(1, 2);
     Bytes broadcast = frame(broadcast_mac, station(1));
     broadcast.resize(100, 0);
     EXPECT_EQ(summary(inject(1, unicast)), "2");
@@ -62,7 +64,8 @@ TEST_F(Card, TaggedFramesCountTheirTagOnTheWayOut)
     ASSERT_TRUE(vorn_set_port_pvid(port(1), 10));
     const Bytes untagged = frame(unknown, station(1));
     EXPECT_EQ(summary(inject(1, untagged)), "2:10");
-    expect_counts({{1, STAT_IF_IN_OCTETS, untagged.size()}, {2, STAT_IF_OUT_OCTETS, untagged.size() + 4}});
+    expect_counts(
+        {{1, STAT_IF_IN_OCTETS, untagged.size()}, {2, STAT_IF_OUT_OCTETS, untagged.size() + 4}});
 }
 
 // --- trace_frame ---------------------------------------------------------------
@@ -78,12 +81,14 @@ std::string card_state()
     std::string entries;
     text = &entries;
     auto collect = [](L2Addr* a, int, void*) {
-        *text += std::to_string(a->vlan) + "/" + std::to_string(a->mac[5]) + "@" + std::to_string(a->port.port()) + " ";
+        *text += std::to_string(a->vlan) + "/" + std::to_string(a->mac[5]) + "@" +
+                 std::to_string(a->port.port()) + " ";
     };
     EXPECT_TRUE(vorn_traverse_mac_table(reinterpret_cast<void*>(+collect)));
     std::string state = "fdb " + entries;
     for (unsigned int n : {1u, 2u, 3u})
-        for (stat_type_t kind : {STAT_IF_IN_OCTETS, STAT_IF_IN_DISCARDS, STAT_IF_OUT_OCTETS, STAT_IF_OUT_DISCARDS})
+        for (stat_type_t kind :
+             {STAT_IF_IN_OCTETS, STAT_IF_IN_DISCARDS, STAT_IF_OUT_OCTETS, STAT_IF_OUT_DISCARDS})
             state += " " + std::to_string(counter(n, kind));
     return state + " rx " + std::to_string(rx_packets) + " mac " + std::to_string(mac_updates);
 }
@@ -99,7 +104,8 @@ TEST_F(Card, TracingAFrameTellsWhatInjectingItDoesAndChangesNothing)
     ASSERT_TRUE(vorn_set_port_stp_state(port(3), STP_STATE_LEARNING));
     rx_packets = mac_updates = 0;
     ASSERT_TRUE(vorn_register_rx_packet_callback([](RxPacket*, void*) { ++rx_packets; }, nullptr));
-    ASSERT_TRUE(vorn_register_mac_update_callback([](L2Addr*, int, void*) { ++mac_updates; }, nullptr));
+    ASSERT_TRUE(
+        vorn_register_mac_update_callback([](L2Addr*, int, void*) { ++mac_updates; }, nullptr));
     const Bytes frames[] = {
         frame(unknown, station(1)),          // learned, flooded
         frame(unknown, station(5)),          // over the MAC limit
@@ -119,7 +125,8 @@ TEST_F(Card, TracingAFrameTellsWhatInjectingItDoesAndChangesNothing)
         EXPECT_EQ(summary(traced), summary(injected));
         EXPECT_EQ(traced.drop, injected.drop);
         ASSERT_EQ(traced.egress.size(), injected.egress.size());
-        for (std::size_t i = 0; i < traced.egress.size(); ++i) EXPECT_EQ(traced.egress[i].frame, injected.egress[i].frame);
+        for (std::size_t i = 0; i < traced.egress.size(); ++i)
+            EXPECT_EQ(traced.egress[i].frame, injected.egress[i].frame);
         EXPECT_FALSE(traced.trace.empty());
     }
     // A learning port: the trace learns nothing there either.

@@ -21,7 +21,8 @@ void run(const std::vector<Case>& cases)
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         vorn_sim::FrameResult result;
-        ASSERT_TRUE(vorn_sim::inject_frame(port(c.in), c.frame, &result)) << vorn_sim::last_refusal().reason;
+        ASSERT_TRUE(vorn_sim::inject_frame(port(c.in), c.frame, &result))
+            << vorn_sim::last_refusal().reason;
         expect_result(result, c.out, c.drop);
     }
 }
@@ -36,7 +37,8 @@ TEST_F(Card, FloodBlockingHoldsBackEachKindFromTheChosenPorts)
         {"broadcast", 1, frame(broadcast_mac, station(1)), "2 cpu:broadcast", ""},
         {"unknown unicast", 1, frame(unknown, station(1)), "3", ""},
         {"multicast", 1, frame(multicast_mac, station(1)), "2 3 cpu:multicast", ""},
-        {"broadcast from another port", 2, frame(broadcast_mac, station(2)), "1 3 cpu:broadcast", ""},
+        {"broadcast from another port", 2, frame(broadcast_mac, station(2)), "1 3 cpu:broadcast",
+         ""},
         {"known unicast is not flooded", 1, frame(station(2), station(1)), "2", ""},
     });
 }
@@ -57,12 +59,14 @@ TEST_F(Card, UnknownUnicastReachesTheCpuPerPortOrSwitchWide)
     access_vlan(10, {1, 2, 3});
     ASSERT_TRUE(vorn_set_port_switch_unknown_unicast_to_cpu(port(1), true));
     run({
-        {"from the port that sends it there", 1, frame(unknown, station(1)), "2 3 cpu:unknown unicast", ""},
+        {"from the port that sends it there", 1, frame(unknown, station(1)),
+         "2 3 cpu:unknown unicast", ""},
         {"from another port", 2, frame(unknown, station(2)), "1 3", ""},
     });
     ASSERT_TRUE(vorn_set_switch_unknown_unicast_to_cpu(true));
     run({
-        {"switch-wide, from another port", 2, frame(unknown, station(2)), "1 3 cpu:unknown unicast", ""},
+        {"switch-wide, from another port", 2, frame(unknown, station(2)), "1 3 cpu:unknown unicast",
+         ""},
         {"switch-wide, known unicast", 2, frame(station(1), station(2)), "1", ""},
     });
     ASSERT_TRUE(vorn_set_port_flood_blocking_cpu({port(2)}, FLOOD_BLOCK_UNKNOWN_UNICAST));

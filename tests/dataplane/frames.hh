@@ -47,16 +47,26 @@ inline std::uint32_t ip4(unsigned int a, unsigned int b, unsigned int c, unsigne
 // 2001:db8:<net>::<host>
 inline Ip6 ip6(unsigned int net, unsigned int host)
 {
-    return Ip6{{0x20, 0x01, 0x0d, 0xb8, static_cast<unsigned char>(net >> 8), static_cast<unsigned char>(net), 0, 0,
-                0, 0, 0, 0, 0, 0, static_cast<unsigned char>(host >> 8), static_cast<unsigned char>(host)}};
+    return Ip6{{0x20, 0x01, 0x0d, 0xb8, static_cast<unsigned char>(net >> 8),
+                static_cast<unsigned char>(net), 0, 0, 0, 0, 0, 0, 0, 0,
+                static_cast<unsigned char>(host >> 8), static_cast<unsigned char>(host)}};
 }
 
-inline Usp port(unsigned int n) { return Usp(1, 1, n); }
-inline Usp lag(unsigned int n) { return Usp(0, vorn_sim::lag_slot, n); }
+inline Usp port(unsigned int n)
+{
+    return Usp(1, 1, n);
+}
+inline Usp lag(unsigned int n)
+{
+    return Usp(0, vorn_sim::lag_slot, n);
+}
 
 // --- Bytes -----------------------------------------------------------------------
 
-inline unsigned int read16(const Bytes& b, std::size_t at) { return unsigned(b.at(at)) << 8 | b.at(at + 1); }
+inline unsigned int read16(const Bytes& b, std::size_t at)
+{
+    return unsigned(b.at(at)) << 8 | b.at(at + 1);
+}
 inline void put16(Bytes& b, unsigned int value)
 {
     b.push_back(static_cast<unsigned char>(value >> 8));
@@ -90,7 +100,10 @@ class FrameBuilder {
 public:
     FrameBuilder(const Mac& dst, const Mac& src) : dst_(dst), src_(src) {}
 
-    FrameBuilder& tag(unsigned int vid, unsigned int pcp = 0) { return tagged_ = true, vid_ = vid, pcp_ = pcp, *this; }
+    FrameBuilder& tag(unsigned int vid, unsigned int pcp = 0)
+    {
+        return tagged_ = true, vid_ = vid, pcp_ = pcp, *this;
+    }
     // A plain L2 frame of this EtherType (the default is a local experimental one).
     FrameBuilder& type(unsigned int ethertype) { return l3_ = none, ethertype_ = ethertype, *this; }
     FrameBuilder& ipv4(std::uint32_t src, std::uint32_t dst, unsigned int ttl = 64)
@@ -106,7 +119,10 @@ public:
     {
         return l3_ = arp_request, src4_ = sender, dst4_ = target, *this;
     }
-    FrameBuilder& udp(unsigned int sport, unsigned int dport) { return udp_ = true, sport_ = sport, dport_ = dport, *this; }
+    FrameBuilder& udp(unsigned int sport, unsigned int dport)
+    {
+        return udp_ = true, sport_ = sport, dport_ = dport, *this;
+    }
 
     Bytes bytes() const
     {
@@ -117,7 +133,10 @@ public:
             put16(b, 0x8100);
             put16(b, pcp_ << 13 | vid_);
         }
-        put16(b, l3_ == v4 ? 0x0800 : l3_ == v6 ? 0x86dd : l3_ == arp_request ? 0x0806 : ethertype_);
+        put16(b, l3_ == v4            ? 0x0800
+                 : l3_ == v6          ? 0x86dd
+                 : l3_ == arp_request ? 0x0806
+                                      : ethertype_);
         const Bytes l4 = transport();
         if (l3_ == v4) {
             const std::size_t header = b.size();
@@ -181,14 +200,17 @@ private:
     unsigned int sport_ = 0, dport_ = 0;
 };
 
-inline FrameBuilder frame(const Mac& dst, const Mac& src) { return FrameBuilder(dst, src); }
+inline FrameBuilder frame(const Mac& dst, const Mac& src)
+{
+    return FrameBuilder(dst, src);
+}
 
 // --- Reading frames that left ------------------------------------------------------
 
 // The L2 headers of a frame as it left a port.
 struct Seen {
     Mac dst{}, src{};
-    int vlan = -1;  // -1: untagged
+    int vlan = -1;        // -1: untagged
     std::size_t l3 = 12;  // where the EtherType is; the L3 header starts 2 bytes on
 };
 inline Seen seen(const Bytes& b)
@@ -218,10 +240,10 @@ inline std::string summary(const vorn_sim::FrameResult& r)
 {
     std::vector<std::pair<unsigned int, std::string>> out;
     for (const auto& e : r.egress) out.emplace_back(e.port.port(), egress_text(e));
-    std::stable_sort(out.begin(), out.end(),
-                     [](const std::pair<unsigned int, std::string>& a, const std::pair<unsigned int, std::string>& b) {
-                         return a.first < b.first;
-                     });
+    std::stable_sort(
+        out.begin(), out.end(),
+        [](const std::pair<unsigned int, std::string>& a,
+           const std::pair<unsigned int, std::string>& b) { return a.first < b.first; });
     std::string text;
     auto add = [&](const std::string& part) { text += (text.empty() ? "" : " ") + part; };
     for (const auto& o : out) add(o.second);
@@ -239,13 +261,15 @@ inline std::string trace_text(const vorn_sim::FrameResult& r)
 
 // Where the frame went (summary) and, when it went nowhere, a phrase of
 // the reason; an empty `drop` wants no reason at all.
-inline void expect_result(const vorn_sim::FrameResult& r, const std::string& out, const std::string& drop)
+inline void expect_result(const vorn_sim::FrameResult& r, const std::string& out,
+                          const std::string& drop)
 {
     EXPECT_EQ(summary(r), out) << trace_text(r);
     if (drop.empty())
         EXPECT_EQ(r.drop, "") << trace_text(r);
     else
-        EXPECT_NE(r.drop.find(drop), std::string::npos) << "drop: " << r.drop << "\n" << trace_text(r);
+        EXPECT_NE(r.drop.find(drop), std::string::npos) << "drop: " << r.drop << "\n"
+                                                        << trace_text(r);
 }
 
 // --- The card ------------------------------------------------------------------------
@@ -262,7 +286,8 @@ inline std::string fdb_entry(unsigned int vlan, const Mac& mac)
     for (const L2Addr& a : all)
         if (a.vlan == vlan && std::equal(mac.begin(), mac.end(), a.mac)) {
             std::ostringstream text;
-            text << a.port.unit() << "/" << a.port.slot() << "/" << a.port.port() << ((a.flags & 1) ? " static" : "");
+            text << a.port.unit() << "/" << a.port.slot() << "/" << a.port.port()
+                 << ((a.flags & 1) ? " static" : "");
             return text.str();
         }
     return "";
@@ -271,7 +296,8 @@ inline std::string fdb_entry(unsigned int vlan, const Mac& mac)
 inline unsigned long long counter(unsigned int n, stat_type_t kind)
 {
     unsigned long long value = ~0ULL;
-    EXPECT_TRUE(vorn_get_port_stat_counter(port(n), kind, value)) << "port " << n << " counter " << kind;
+    EXPECT_TRUE(vorn_get_port_stat_counter(port(n), kind, value))
+        << "port " << n << " counter " << kind;
     return value;
 }
 
@@ -298,7 +324,8 @@ protected:
         return list;
     }
     // VLAN `vid` (created unless it is VLAN 1) with these members.
-    static void vlan(unsigned int vid, const std::list<unsigned int>& tagged, const std::list<unsigned int>& untagged)
+    static void vlan(unsigned int vid, const std::list<unsigned int>& tagged,
+                     const std::list<unsigned int>& untagged)
     {
         if (vid != 1) {
             ASSERT_TRUE(vorn_create_vlan(vid)) << "VLAN " << vid;
@@ -309,19 +336,22 @@ protected:
     static void access_vlan(unsigned int vid, const std::list<unsigned int>& members)
     {
         vlan(vid, {}, members);
-        for (unsigned int n : members) ASSERT_TRUE(vorn_set_port_pvid(port(n), vid)) << "port " << n;
+        for (unsigned int n : members)
+            ASSERT_TRUE(vorn_set_port_pvid(port(n), vid)) << "port " << n;
     }
 
     static vorn_sim::FrameResult inject(unsigned int n, const Bytes& frame)
     {
         vorn_sim::FrameResult result;
-        EXPECT_TRUE(vorn_sim::inject_frame(port(n), frame, &result)) << vorn_sim::last_refusal().reason;
+        EXPECT_TRUE(vorn_sim::inject_frame(port(n), frame, &result))
+            << vorn_sim::last_refusal().reason;
         return result;
     }
     static vorn_sim::FrameResult trace(unsigned int n, const Bytes& frame)
     {
         vorn_sim::FrameResult result;
-        EXPECT_TRUE(vorn_sim::trace_frame(port(n), frame, result)) << vorn_sim::last_refusal().reason;
+        EXPECT_TRUE(vorn_sim::trace_frame(port(n), frame, result))
+            << vorn_sim::last_refusal().reason;
         return result;
     }
 };

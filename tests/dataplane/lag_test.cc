@@ -27,7 +27,8 @@ std::string members_used(const vorn_sim::FrameResult& r)
 {
     std::string used;
     for (const auto& e : r.egress)
-        if (e.port.port() == 5 || e.port.port() == 6) used += (used.empty() ? "" : " ") + std::to_string(e.port.port());
+        if (e.port.port() == 5 || e.port.port() == 6)
+            used += (used.empty() ? "" : " ") + std::to_string(e.port.port());
     return used;
 }
 
@@ -62,7 +63,8 @@ TEST_F(Lag, AFloodNeverGoesBackIntoItsLag)
     for (unsigned int n = 0; n < 32; ++n) {
         SCOPED_TRACE("source " + std::to_string(n));
         const unsigned int in = 5 + n % 2;
-        expect_result(inject(in, frame(broadcast_mac, station(0x100 + n))), "1 2 cpu:broadcast", "");
+        expect_result(inject(in, frame(broadcast_mac, station(0x100 + n))), "1 2 cpu:broadcast",
+                      "");
         expect_result(inject(in, frame(unknown, station(0x100 + n))), "1 2", "");
     }
 }
@@ -78,7 +80,8 @@ TEST_F(Lag, SourcesAreLearnedOnTheLagAndNothingGoesBackIntoIt)
         const char* drop;
     };
     const Step steps[] = {
-        {"a broadcast in on a member", 5, frame(broadcast_mac, station(7)), "", "1 2 cpu:broadcast", ""},
+        {"a broadcast in on a member", 5, frame(broadcast_mac, station(7)), "", "1 2 cpu:broadcast",
+         ""},
         {"unknown unicast in on the other member", 6, frame(unknown, station(7)), "", "1 2", ""},
         {"to the station behind the LAG", 1, frame(station(7), station(1)), "5|6", "", ""},
         {"from one member to the station behind the LAG", 5, frame(station(7), station(8)), "", "",

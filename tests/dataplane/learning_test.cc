@@ -16,7 +16,8 @@ void listen_to_mac_updates()
 {
     mac_events.clear();
     ASSERT_TRUE(vorn_register_mac_update_callback(
-        [](L2Addr* address, int what, void*) { mac_events.emplace_back(address->mac[5], what); }, nullptr));
+        [](L2Addr* address, int what, void*) { mac_events.emplace_back(address->mac[5], what); },
+        nullptr));
 }
 
 // One frame of a scenario, and the FDB entry of one station after it.
@@ -35,7 +36,8 @@ void run(unsigned int vlan, const std::vector<Step>& steps)
     for (const Step& s : steps) {
         SCOPED_TRACE(s.what);
         vorn_sim::FrameResult result;
-        ASSERT_TRUE(vorn_sim::inject_frame(port(s.in), s.frame, &result)) << vorn_sim::last_refusal().reason;
+        ASSERT_TRUE(vorn_sim::inject_frame(port(s.in), s.frame, &result))
+            << vorn_sim::last_refusal().reason;
         expect_result(result, s.out, s.drop);
         EXPECT_EQ(fdb_entry(vlan, station(s.station)), s.entry);
     }
@@ -47,17 +49,21 @@ TEST_F(Card, SourcesAreLearnedAndFollowedWhenTheyMoveButStaticOnesStay)
     ASSERT_TRUE(vorn_add_mac_to_port(port(4), station(9).data(), 10));
     listen_to_mac_updates();
     run(10, {
-        {"an unknown source is learned", 1, frame(unknown, station(1)), "2 3 4", "", 1, "1/1/1"},
-        {"a frame to it goes to its port", 2, frame(station(1), station(2)), "1", "", 2, "1/1/2"},
-        {"the station moves", 3, frame(unknown, station(1)), "1 2 4", "", 1, "1/1/3"},
-        {"a frame to it follows", 2, frame(station(1), station(2)), "3", "", 1, "1/1/3"},
-        {"back to where it came from", 3, frame(station(1), station(3)), "", "where the frame came from", 3,
-         "1/1/3"},
-        {"a static source elsewhere is not moved", 1, frame(unknown, station(9)), "2 3 4", "", 9, "1/1/4 static"},
-        {"a frame to it goes to its static port", 2, frame(station(9), station(2)), "4", "", 9, "1/1/4 static"},
-        {"a source is learned per VLAN", 1, frame(unknown, station(1)).tag(20), "", "VLAN 20 does not exist", 1,
-         "1/1/3"},
-    });
+                {"an unknown source is learned", 1, frame(unknown, station(1)), "2 3 4", "", 1,
+                 "1/1/1"},
+                {"a frame to it goes to its port", 2, frame(station(1), station(2)), "1", "", 2,
+                 "1/1/2"},
+                {"the station moves", 3, frame(unknown, station(1)), "1 2 4", "", 1, "1/1/3"},
+                {"a frame to it follows", 2, frame(station(1), station(2)), "3", "", 1, "1/1/3"},
+                {"back to where it came from", 3, frame(station(1), station(3)), "",
+                 "where the frame came from", 3, "1/1/3"},
+                {"a static source elsewhere is not moved", 1, frame(unknown, station(9)), "2 3 4",
+                 "", 9, "1/1/4 static"},
+                {"a frame to it goes to its static port", 2, frame(station(9), station(2)), "4", "",
+                 9, "1/1/4 static"},
+                {"a source is learned per VLAN", 1, frame(unknown, station(1)).tag(20), "",
+                 "VLAN 20 does not exist", 1, "1/1/3"},
+            });
     const std::vector<std::pair<unsigned int, int>> learned = {
         {1, LCMGR_MAC_LEARNED}, {2, LCMGR_MAC_LEARNED}, {3, LCMGR_MAC_LEARNED}};
     std::vector<std::pair<unsigned int, int>> seen;
@@ -93,7 +99,8 @@ TEST_F(Card, LearnedEntriesAgeExactlyAtTheAgingTimeAndStaticOnesNever)
         EXPECT_EQ(fdb_entry(10, station(1)), s.entry);
         expect_result(trace(3, frame(station(1), station(3))), s.to_station, "");
     }
-    EXPECT_EQ(mac_events, (std::vector<std::pair<unsigned int, int>>{{1, LCMGR_MAC_LEARNED}, {1, LCMGR_MAC_AGED}}));
+    EXPECT_EQ(mac_events, (std::vector<std::pair<unsigned int, int>>{{1, LCMGR_MAC_LEARNED},
+                                                                     {1, LCMGR_MAC_AGED}}));
     vorn_sim::advance_clock(100000);
     EXPECT_EQ(fdb_entry(10, station(9)), "1/1/2 static");
 }
@@ -112,7 +119,8 @@ TEST_F(Card, AMacLockedPortForwardsOnlyKnownSources)
         const char* entry;
     };
     const Case cases[] = {
-        {"unknown source, dropped", true, 1, "", "unknown source 02:00:00:00:00:01 on MAC-locked port 1/1/1", ""},
+        {"unknown source, dropped", true, 1, "",
+         "unknown source 02:00:00:00:00:01 on MAC-locked port 1/1/1", ""},
         {"unknown source, to the CPU", false, 2, "cpu:unknown source on a locked port", "", ""},
         {"a static source", true, 5, "2", "", "1/1/1 static"},
         {"a source learned before the lock", true, 6, "2", "", "1/1/1"},
@@ -131,14 +139,17 @@ TEST_F(Card, APortLearnsOnlyUpToItsMacLimit)
 {
     access_vlan(10, {1, 2, 3});
     ASSERT_TRUE(vorn_set_port_mac_limit(port(1), 2));
-    run(10, {
-        {"the first source", 1, frame(unknown, station(1)), "2 3", "", 1, "1/1/1"},
-        {"the second source", 1, frame(unknown, station(2)), "2 3", "", 2, "1/1/1"},
-        {"the third: forwarded, not learned", 1, frame(unknown, station(3)), "2 3", "", 3, ""},
-        {"a learned source again", 1, frame(unknown, station(1)), "2 3", "", 1, "1/1/1"},
-        {"to the unlearned source: flooded", 2, frame(station(3), station(4)), "1 3", "", 3, ""},
-        {"another port has its own count", 2, frame(unknown, station(5)), "1 3", "", 5, "1/1/2"},
-    });
+    run(10,
+        {
+            {"the first source", 1, frame(unknown, station(1)), "2 3", "", 1, "1/1/1"},
+            {"the second source", 1, frame(unknown, station(2)), "2 3", "", 2, "1/1/1"},
+            {"the third: forwarded, not learned", 1, frame(unknown, station(3)), "2 3", "", 3, ""},
+            {"a learned source again", 1, frame(unknown, station(1)), "2 3", "", 1, "1/1/1"},
+            {"to the unlearned source: flooded", 2, frame(station(3), station(4)), "1 3", "", 3,
+             ""},
+            {"another port has its own count", 2, frame(unknown, station(5)), "1 3", "", 5,
+             "1/1/2"},
+        });
 }
 
 }  // namespace

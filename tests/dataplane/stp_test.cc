@@ -51,22 +51,29 @@ TEST_F(Card, TheStricterOfPortStateAndInstanceStateWins)
     };
     const Case cases[] = {
         {"both forwarding", STP_STATE_FORWARDING, 3, MSTP_STATE_FORWARDING, "2", "", true},
-        {"the instance discards", STP_STATE_FORWARDING, 3, MSTP_STATE_DISCARDING, "", "instance 3", false},
-        {"the instance learns", STP_STATE_FORWARDING, 3, MSTP_STATE_LEARNING, "", "learns, does not forward", true},
-        {"the port learns", STP_STATE_LEARNING, 3, MSTP_STATE_FORWARDING, "", "learns, does not forward", true},
-        {"the port blocks", STP_STATE_BLOCKING, 3, MSTP_STATE_FORWARDING, "", "discarding in VLAN 10", false},
-        {"learning and discarding", STP_STATE_LEARNING, 3, MSTP_STATE_DISCARDING, "", "discarding", false},
-        {"another instance discards", STP_STATE_FORWARDING, 4, MSTP_STATE_DISCARDING, "2", "", true},
-        {"instance 0 discards, VLAN 10 left it", STP_STATE_FORWARDING, 0, MSTP_STATE_DISCARDING, "2", "", true},
+        {"the instance discards", STP_STATE_FORWARDING, 3, MSTP_STATE_DISCARDING, "", "instance 3",
+         false},
+        {"the instance learns", STP_STATE_FORWARDING, 3, MSTP_STATE_LEARNING, "",
+         "learns, does not forward", true},
+        {"the port learns", STP_STATE_LEARNING, 3, MSTP_STATE_FORWARDING, "",
+         "learns, does not forward", true},
+        {"the port blocks", STP_STATE_BLOCKING, 3, MSTP_STATE_FORWARDING, "",
+         "discarding in VLAN 10", false},
+        {"learning and discarding", STP_STATE_LEARNING, 3, MSTP_STATE_DISCARDING, "", "discarding",
+         false},
+        {"another instance discards", STP_STATE_FORWARDING, 4, MSTP_STATE_DISCARDING, "2", "",
+         true},
+        {"instance 0 discards, VLAN 10 left it", STP_STATE_FORWARDING, 0, MSTP_STATE_DISCARDING,
+         "2", "", true},
     };
     unsigned int source = 1;
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         ASSERT_TRUE(vorn_set_port_stp_state(port(1), c.port_state));
         for (unsigned int instance : {0u, 3u, 4u})
-            ASSERT_TRUE(vorn_set_port_mstp_state(port(1), instance == c.instance ? c.instance_state
-                                                                                  : MSTP_STATE_FORWARDING,
-                                                 instance));
+            ASSERT_TRUE(vorn_set_port_mstp_state(
+                port(1), instance == c.instance ? c.instance_state : MSTP_STATE_FORWARDING,
+                instance));
         const Mac from = station(source++);
         expect_result(inject(1, frame(unknown, from)), c.out, c.drop);
         EXPECT_EQ(fdb_entry(10, from), c.learned ? "1/1/1" : "");
@@ -97,7 +104,8 @@ TEST_F(Card, NothingLeavesThroughAPortThatDoesNotForward)
         ASSERT_TRUE(vorn_set_port_mstp_state(port(2), c.instance_state, 5));
         expect_result(inject(1, frame(unknown, station(1))), "3", "");
         expect_result(inject(1, frame(broadcast_mac, station(1))), "3 cpu:broadcast", "");
-        expect_result(inject(1, frame(station(2), station(1))), "", "port 1/1/2: discarding in VLAN 10");
+        expect_result(inject(1, frame(station(2), station(1))), "",
+                      "port 1/1/2: discarding in VLAN 10");
     }
     ASSERT_TRUE(vorn_set_port_stp_state(port(2), STP_STATE_FORWARDING));
     ASSERT_TRUE(vorn_set_port_mstp_state(port(2), MSTP_STATE_FORWARDING, 5));
@@ -120,7 +128,8 @@ TEST_F(Card, BpdusAreTrappedWhileBpduProcessingIsOn)
         {"blocking", STP_STATE_BLOCKING, true, true, "cpu:BPDU", ""},
         {"disabled", STP_STATE_DISABLED, true, true, "cpu:BPDU", ""},
         {"not a member of its VLAN", STP_STATE_FORWARDING, false, true, "cpu:BPDU", ""},
-        {"processing off, forwarding", STP_STATE_FORWARDING, true, false, "", "BPDU processing is off"},
+        {"processing off, forwarding", STP_STATE_FORWARDING, true, false, "",
+         "BPDU processing is off"},
         {"processing off, blocking", STP_STATE_BLOCKING, true, false, "", "BPDU processing is off"},
     };
     unsigned int at = 1;

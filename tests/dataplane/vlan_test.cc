@@ -19,7 +19,8 @@ void run(const std::vector<Case>& cases)
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         vorn_sim::FrameResult result;
-        ASSERT_TRUE(vorn_sim::inject_frame(port(c.in), c.frame, &result)) << vorn_sim::last_refusal().reason;
+        ASSERT_TRUE(vorn_sim::inject_frame(port(c.in), c.frame, &result))
+            << vorn_sim::last_refusal().reason;
         expect_result(result, c.out, c.drop);
     }
 }
@@ -49,10 +50,14 @@ TEST_F(Classification, TagThenMacThenSubnetThenProtocolThenPvid)
     const std::uint32_t in_subnet = ip4(10, 30, 0, 1);
     const std::uint32_t elsewhere = ip4(10, 99, 0, 1);
     run({
-        {"the tag beats the MAC VLAN", 1, frame(unknown, mac_vlan_source).tag(10).ipv4(in_subnet, elsewhere), "2", ""},
-        {"the MAC VLAN beats the subnet VLAN", 1, frame(unknown, mac_vlan_source).ipv4(in_subnet, elsewhere), "3", ""},
-        {"the subnet VLAN beats the protocol VLAN", 1, frame(unknown, other_source).ipv4(in_subnet, elsewhere), "4", ""},
-        {"the protocol VLAN beats the PVID", 1, frame(unknown, other_source).ipv4(elsewhere, in_subnet), "5", ""},
+        {"the tag beats the MAC VLAN", 1,
+         frame(unknown, mac_vlan_source).tag(10).ipv4(in_subnet, elsewhere), "2", ""},
+        {"the MAC VLAN beats the subnet VLAN", 1,
+         frame(unknown, mac_vlan_source).ipv4(in_subnet, elsewhere), "3", ""},
+        {"the subnet VLAN beats the protocol VLAN", 1,
+         frame(unknown, other_source).ipv4(in_subnet, elsewhere), "4", ""},
+        {"the protocol VLAN beats the PVID", 1,
+         frame(unknown, other_source).ipv4(elsewhere, in_subnet), "5", ""},
         {"the PVID when nothing else matches", 1, frame(unknown, other_source), "6", ""},
         {"a MAC VLAN source on its own", 1, frame(unknown, mac_vlan_source), "3", ""},
     });
@@ -63,7 +68,8 @@ TEST_F(Classification, APriorityTagIsClassifiedLikeNoTag)
     const std::uint32_t in_subnet = ip4(10, 30, 0, 1);
     run({
         {"priority-tagged, MAC VLAN source", 1, frame(unknown, mac_vlan_source).tag(0, 5), "3", ""},
-        {"priority-tagged, subnet VLAN source", 1, frame(unknown, other_source).tag(0, 5).ipv4(in_subnet, 1), "4", ""},
+        {"priority-tagged, subnet VLAN source", 1,
+         frame(unknown, other_source).tag(0, 5).ipv4(in_subnet, 1), "4", ""},
         {"priority-tagged, nothing else", 1, frame(unknown, other_source).tag(0, 5), "6", ""},
     });
 }
@@ -99,8 +105,10 @@ TEST_F(Card, IngressFilteringDropsUnknownVlansAndNonMembers)
     vlan(20, {3}, {});
     ASSERT_TRUE(vorn_set_port_pvid(port(4), 20));  // the PVID alone makes no member
     run({
-        {"a VLAN that does not exist", 1, frame(unknown, other_source).tag(99), "", "VLAN 99 does not exist"},
-        {"a VLAN the port is not in", 1, frame(unknown, other_source).tag(20), "", "not a member of VLAN 20"},
+        {"a VLAN that does not exist", 1, frame(unknown, other_source).tag(99), "",
+         "VLAN 99 does not exist"},
+        {"a VLAN the port is not in", 1, frame(unknown, other_source).tag(20), "",
+         "not a member of VLAN 20"},
         {"untagged into a PVID the port is not in", 4, frame(unknown, other_source), "",
          "not a member of VLAN 20"},
         {"a member", 3, frame(unknown, other_source).tag(20), "", "no port to send it to"},
