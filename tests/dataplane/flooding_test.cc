@@ -108,4 +108,37 @@ TEST_F(Card, StormControlDropsWhatExceedsTheRateInASecond)
     }
 }
 
+// Each kind has its own rate and its own budget: with a rate of 1 for
+// each, the first frame of every kind passes and the second of every kind
+// is dropped.
+TEST_F(Card, StormControlCountsEachKindAgainstItsOwnRate)
+{
+    access_vlan(10, {1, 2});
+    struct Case {
+        const char* what;
+        bool (*set)(const Usp&, unsigned int rate);
+        Bytes frame;
+        const char* out;
+    };
+    const Case cases[] = {
+        {"broadcast", vorn_set_port_broadcast_control, frame(broadcast_mac, station(1)),
+         "2 cpu:broadcast"},
+        {"multicast", vorn_set_port_multicast_control, frame(multicast_mac, station(1)),
+         "2 cpu:multicast"},
+        {"unknown unicast", vorn_set_port_unicast_control, frame(unknown, station(1)), "2"},
+    };
+    for (const Case& c : cases) ASSERT_TRUE(c.set(port(1), 1)) << c.what;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string("first ") + c.what);
+        expect_result(inject(1, c.frame), c.out, "");
+    }
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string("second ") + c.what);
+        expect_result(inject(1, c.frame), "", std::string(c.what) + " storm control on port 1/1/1");
+    }
+    // Known unicast is not held back.
+    expect_result(inject(2, frame(station(1), station(2))), "1", "");
+    expect_result(inject(1, frame(station(2), station(1))), "2", "");
+}
+
 }  // namespace

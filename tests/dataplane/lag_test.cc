@@ -47,6 +47,39 @@ TEST_F(Lag, EachFlowTakesOneMemberAndManyFlowsTakeThemAll)
     EXPECT_GT(flows_by_member["6"], 8);
 }
 
+// By source IP: many sources from one MAC spread, one source from many
+// MACs stays on one member; frames that are not IP fall back to the MACs.
+TEST_F(Lag, AnIpStrategyHashesTheAddressesAndFallsBackToMacs)
+{
+    ASSERT_TRUE(vorn_set_lag_balancing_strategy(lag(1), LAG_PSC_SRC_IP));
+    struct Case {
+        const char* what;
+        Bytes (*flow)(unsigned int n);
+        bool spread;
+    };
+    const Case cases[] = {
+        {"one MAC, many source addresses",
+         [](unsigned int n) -> Bytes {
+             return frame(unknown, station(1)).ipv4(ip4(10, 0, 1, n), ip4(10, 0, 0, 1));
+         },
+         true},
+        {"many MACs, one source address",
+         [](unsigned int n) -> Bytes {
+             return frame(unknown, station(0x100 + n)).ipv4(ip4(10, 0, 1, 1), ip4(10, 0, 0, n));
+         },
+         false},
+        {"not IP: many MACs",
+         [](unsigned int n) -> Bytes { return frame(unknown, station(0x100 + n)); }, true},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        std::map<std::string, int> flows_by_member;
+        for (unsigned int n = 0; n < 64; ++n) ++flows_by_member[members_used(inject(1, c.flow(n)))];
+        EXPECT_EQ(flows_by_member.size(), c.spread ? 2u : 1u);
+        EXPECT_EQ(flows_by_member.count(""), 0u);
+    }
+}
+
 TEST_F(Lag, AMemberWithoutLinkIsPassedOver)
 {
     ASSERT_TRUE(vorn_sim::set_cable(port(5), false));
