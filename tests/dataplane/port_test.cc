@@ -141,4 +141,70 @@ TEST_F(Card, FiltersCopyToTheCpuAndSystemMacsTakeTheFrame)
     }
 }
 
+// What the host refuses, and why, with nothing counted or learned.
+TEST_F(Card, BadFramesAndPortsAreRefusedAndSaySo)
+{
+    access_vlan(10, {1, 2});
+    const Bytes good = frame(station(0xee), station(1));
+    const Bytes short_frame(13, 0x02);
+    vorn_sim::FrameResult result;
+    struct Case {
+        const char* what;
+        bool (*call)(const Bytes& good, const Bytes& short_frame, vorn_sim::FrameResult& result);
+        const char* operation;
+        const char* reason;
+    };
+    const Case cases[] = {
+        {"a port the card does not have",
+         [](const Bytes& f, const Bytes&, vorn_sim::FrameResult& r) {
+             return vorn_sim::inject_frame(Usp(1, 1, 49), f, &r);
+         },
+         "inject_frame", "1/1/49"},
+        {"a LAG is not a port a frame enters by",
+         [](const Bytes& f, const Bytes&, vorn_sim::FrameResult& r) {
+             return vorn_sim::inject_frame(lag(1), f, &r);
+         },
+         "inject_frame", "0/1/1"},
+        {"shorter than an Ethernet header",
+         [](const Bytes&, const Bytes& f, vorn_sim::FrameResult& r) {
+             return vorn_sim::inject_frame(port(1), f, &r);
+         },
+         "inject_frame", "frame of 13 bytes is shorter than an Ethernet header"},
+        {"traced on a port the card does not have",
+         [](const Bytes& f, const Bytes&, vorn_sim::FrameResult& r) {
+             return vorn_sim::trace_frame(Usp(1, 2, 1), f, r);
+         },
+         "trace_frame", "1/2/1"},
+        {"traced, too short",
+         [](const Bytes&, const Bytes& f, vorn_sim::FrameResult& r) {
+             return vorn_sim::trace_frame(port(1), f, r);
+         },
+         "trace_frame", "shorter than an Ethernet header"},
+        {"an MSTP instance for VLAN 0",
+         [](const Bytes&, const Bytes&, vorn_sim::FrameResult&) {
+             return vorn_sim::set_vlan_instance(0, 1);
+         },
+         "set_vlan_instance", "VLAN 0"},
+        {"MSTP instance 4095",
+         [](const Bytes&, const Bytes&, vorn_sim::FrameResult&) {
+             return vorn_sim::set_vlan_instance(10, 4095);
+         },
+         "set_vlan_instance", "MSTP instance"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        const unsigned long refusals = vorn_sim::refusal_count();
+        EXPECT_FALSE(c.call(good, short_frame, result));
+        EXPECT_EQ(vorn_sim::refusal_count(), refusals + 1);
+        EXPECT_EQ(vorn_sim::last_refusal().operation, c.operation);
+        EXPECT_NE(vorn_sim::last_refusal().reason.find(c.reason), std::string::npos)
+            << vorn_sim::last_refusal().reason;
+    }
+    EXPECT_EQ(counter(1, STAT_IF_IN_OCTETS), 0u);
+    EXPECT_EQ(fdb_entry(10, station(1)), "");
+    // The refused mapping left VLAN 10 in instance 0.
+    ASSERT_TRUE(vorn_set_port_mstp_state(port(1), MSTP_STATE_DISCARDING, 0));
+    expect_result(inject(1, good), "", "discarding in VLAN 10 (spanning tree, instance 0)");
+}
+
 }  // namespace
