@@ -1,5 +1,7 @@
 // Port counters after traffic, and trace_frame: it tells what injecting
 // the frame would do and changes nothing.
+#include <cstring>
+
 #include "frames.hh"
 
 namespace {
@@ -74,7 +76,7 @@ int rx_packets;
 int mac_updates;
 
 // Everything a frame may change: the FDB, the counters of ports 1 to 3,
-// the callbacks heard.
+// flow 1's count, the callbacks heard.
 std::string card_state()
 {
     static std::string* text;
@@ -90,6 +92,9 @@ std::string card_state()
         for (stat_type_t kind :
              {STAT_IF_IN_OCTETS, STAT_IF_IN_DISCARDS, STAT_IF_OUT_OCTETS, STAT_IF_OUT_DISCARDS})
             state += " " + std::to_string(counter(n, kind));
+    unsigned long long packets = 0;
+    EXPECT_TRUE(vorn_get_of_flow_stat_counter64(1, packets));
+    state += " flow " + std::to_string(packets);
     return state + " rx " + std::to_string(rx_packets) + " mac " + std::to_string(mac_updates);
 }
 
@@ -102,14 +107,20 @@ TEST_F(Card, TracingAFrameTellsWhatInjectingItDoesAndChangesNothing)
     ASSERT_TRUE(vorn_set_port_broadcast_control(port(1), 1));
     ASSERT_TRUE(vorn_set_port_mac_limit(port(1), 1));
     ASSERT_TRUE(vorn_set_port_stp_state(port(3), STP_STATE_LEARNING));
+    of_flow_s from_station5;
+    std::memset(&from_station5.match, 0, sizeof from_station5.match);
+    from_station5.match.match_flags = OF_MATCH_SRC_MAC;
+    std::memcpy(from_station5.match.src_mac, station(5).data(), 6);
+    ASSERT_TRUE(vorn_add_of_flow_with_id(from_station5, 1));
+    ASSERT_TRUE(vorn_add_of_flow_action(1, OF_ACTION_SET_PRIORITY, of_action_param_s{{3, 0, 0}}));
     rx_packets = mac_updates = 0;
     ASSERT_TRUE(vorn_register_rx_packet_callback([](RxPacket*, void*) { ++rx_packets; }, nullptr));
     ASSERT_TRUE(
         vorn_register_mac_update_callback([](L2Addr*, int, void*) { ++mac_updates; }, nullptr));
     const Bytes frames[] = {
         frame(unknown, station(1)),          // learned, flooded
-        frame(unknown, station(5)),          // over the MAC limit
-        frame(station(1), station(5)),       // back where it came from
+        frame(unknown, station(5)),          // over the MAC limit; flow 1 counts it
+        frame(station(1), station(5)),       // flow 1 counts it; back where it came from
         frame(broadcast_mac, station(1)),    // to the CPU too
         frame(broadcast_mac, station(1)),    // over the storm rate
         frame(unknown, station(1)).tag(99),  // a VLAN that does not exist
