@@ -145,4 +145,33 @@ TEST_F(Card, BpdusAreTrappedWhileBpduProcessingIsOn)
     }
 }
 
+// 01:80:c2:00:00:00 to :0f are trapped, the bridge group address as a
+// BPDU; the rest of the multicast range is flooded like any multicast.
+TEST_F(Card, OnlyTheLinkLocalBlockIsTrapped)
+{
+    vlan(1, {}, {1, 2, 3});
+    ASSERT_TRUE(vorn_set_port_stp_state(port(1), STP_STATE_BLOCKING));
+    struct Case {
+        unsigned char last_bytes[2];
+        unsigned int in;
+        const char* out;
+        const char* drop;
+    };
+    const Case cases[] = {
+        {{0x00, 0x00}, 1, "cpu:BPDU", ""},
+        {{0x00, 0x02}, 1, "cpu:link-local control frame", ""},
+        {{0x00, 0x0f}, 1, "cpu:link-local control frame", ""},
+        {{0x00, 0x10}, 1, "", "discarding"},
+        {{0x00, 0x10}, 2, "3 cpu:multicast", ""},
+        {{0x01, 0x00}, 2, "3 cpu:multicast", ""},
+    };
+    for (const Case& c : cases) {
+        Mac destination = bridge_group_mac;
+        destination[4] = c.last_bytes[0];
+        destination[5] = c.last_bytes[1];
+        SCOPED_TRACE(std::to_string(c.last_bytes[0]) + ":" + std::to_string(c.last_bytes[1]));
+        expect_result(inject(c.in, frame(destination, station(c.in))), c.out, c.drop);
+    }
+}
+
 }  // namespace

@@ -29,8 +29,9 @@ const Mac unknown = station(0xee);  // never a source: every frame to it floods
 const Mac mac_vlan_source = station(0x20);
 const Mac other_source = station(0x01);
 
-// Port 1 is in VLANs 10 (by tag), 20 (MAC), 30 (IPv4 subnet), 40 (protocol)
-// and 50 (PVID); each VLAN has one more port, 2 to 6, where its floods leave.
+// Port 1 is in VLANs 10 (by tag), 20 (MAC), 30 (IPv4 and IPv6 subnets), 40
+// (protocol: IPv4, IPv6) and 50 (PVID); each VLAN has one more port, 2 to 6,
+// where its floods leave.
 class Classification : public Card {
 protected:
     void SetUp() override
@@ -41,7 +42,9 @@ protected:
         ASSERT_TRUE(vorn_set_port_pvid(port(1), 50));
         ASSERT_TRUE(vorn_set_mac_vlan(mac_vlan_source.data(), 20, 0));
         ASSERT_TRUE(vorn_set_ipv4_subnet_vlan(ip4(10, 30, 0, 0), ip4(255, 255, 0, 0), 30, 0));
+        ASSERT_TRUE(vorn_set_ipv6_subnet_vlan(ip6(0x30, 0).data(), 32, 30, 0));
         ASSERT_TRUE(vorn_set_port_protocol_vlan(port(1), FRAME_TYPE_ETHERNET2, 0x0800, 40));
+        ASSERT_TRUE(vorn_set_port_protocol_vlan(port(1), FRAME_TYPE_ETHERNET2, 0x86dd, 40));
     }
 };
 
@@ -61,6 +64,46 @@ TEST_F(Classification, TagThenMacThenSubnetThenProtocolThenPvid)
         {"the PVID when nothing else matches", 1, frame(unknown, other_source), "6", ""},
         {"a MAC VLAN source on its own", 1, frame(unknown, mac_vlan_source), "3", ""},
     });
+}
+
+TEST_F(Classification, Ipv6SubnetsTakeTheSamePlace)
+{
+    const Ip6 in_subnet = ip6(0x30, 1);  // 2001:db8:30::1, in 2001:db8::/32
+    const Ip6 elsewhere = {{0x20, 0x01, 0x0d, 0xb9, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}};
+    run({
+        {"the MAC VLAN beats the subnet VLAN", 1,
+         frame(unknown, mac_vlan_source).ipv6(in_subnet, elsewhere), "3", ""},
+        {"the subnet VLAN beats the protocol VLAN", 1,
+         frame(unknown, other_source).ipv6(in_subnet, elsewhere), "4", ""},
+        {"one bit past the prefix", 1, frame(unknown, other_source).ipv6(elsewhere, in_subnet), "5",
+         ""},
+    });
+}
+
+// What classified an untagged frame gives it its priority too.
+TEST_F(Card, TheClassificationsPriorityGoesWithTheFrame)
+{
+    vlan(20, {2}, {1});
+    vlan(30, {3}, {1});
+    ASSERT_TRUE(vorn_set_mac_vlan(station(0x21).data(), 20, 6));
+    ASSERT_TRUE(vorn_set_ipv4_subnet_vlan(ip4(10, 30, 0, 0), ip4(255, 255, 0, 0), 30, 3));
+    struct Case {
+        const char* what;
+        Bytes frame;
+        const char* out;
+        unsigned int priority;
+    };
+    const Case cases[] = {
+        {"the MAC VLAN's", frame(unknown, station(0x21)), "2:20", 6},
+        {"the subnet VLAN's", frame(unknown, station(1)).ipv4(ip4(10, 30, 0, 1), 1), "3:30", 3},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        const vorn_sim::FrameResult result = inject(1, c.frame);
+        expect_result(result, c.out, "");
+        ASSERT_EQ(result.egress.size(), 1u);
+        EXPECT_EQ(unsigned(result.egress[0].frame[14] >> 5), c.priority);
+    }
 }
 
 TEST_F(Classification, APriorityTagIsClassifiedLikeNoTag)
