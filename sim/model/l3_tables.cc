@@ -217,7 +217,7 @@ void RouteTrie4::add(unsigned int prefix, unsigned int length, const L3Target* r
     if (top_.empty()) top_.assign(std::size_t(1) << 16, 0);
     const std::uint32_t index = reuse_or(free_leaves_, leaves_.size());
     if (index == leaves_.size()) leaves_.emplace_back();
-    leaves_[index] = Leaf{route, length};
+    leaves_[index] = Leaf{*route, length};
     const Slot leaf = leaf_of_[route] = index + 1;
     int level = 0;
     std::uint32_t chunk = 0;
@@ -269,7 +269,7 @@ const L3Target* RouteTrie4::find(unsigned int address, unsigned int& length) con
     if (!slot) return nullptr;
     const Leaf& leaf = leaves_[slot - 1];
     length = leaf.length;
-    return leaf.route;
+    return &leaf.route;
 }
 
 // A host or route looked up by address and by where it leads: null after

@@ -42,25 +42,29 @@ struct Ipv6Hash {
 
 // Longest-prefix match over IPv4 routes: a trie of 16, 8 and 8 bit strides
 // whose every slot holds the longest route covering it (leaf pushing), so a
-// lookup reads at most three slots.  It is updated on each add and remove
-// rather than rebuilt, so a control plane that churns routes never makes a
-// lookup pay for a rebuild.  Nothing is allocated while it holds no route.
+// lookup reads at most three slots, then the route itself, copied into the
+// trie so that a lookup does not also chase the table's entry.  It is
+// updated on each add and remove rather than rebuilt, so a control plane
+// that churns routes never makes a lookup pay for a rebuild.  Nothing is
+// allocated while it holds no route.
 class RouteTrie4 {
 public:
-    // `route` stays where it is until remove(); `length` is 0-32.
+    // `route` (a table's entry) stays where it is until remove(); `length`
+    // is 0-32.
     void add(unsigned int prefix, unsigned int length, const L3Target* route);
     // `fallback`: the longest route left that is shorter than `length` and
     // covers `prefix`, or null.
     void remove(unsigned int prefix, unsigned int length, const L3Target* route, const L3Target* fallback);
     void clear();
-    // Null when no route covers `address`; `length` is set otherwise.
+    // Null when no route covers `address`; `length` is set otherwise.  The
+    // copy found lasts until the next change.
     const L3Target* find(unsigned int address, unsigned int& length) const;
 
 private:
     // 0: no route; 1 + an index in leaves_; or chunk_flag | a chunk number.
     typedef std::uint32_t Slot;
-    struct Leaf {
-        const L3Target* route;
+    struct alignas(32) Leaf {  // in one cache line
+        L3Target route;
         unsigned int length;
     };
 
