@@ -72,8 +72,9 @@ TEST_F(Card, TheBestFlowCountsTheFrameAndDecides)
         const char* drop;
         unsigned int counted;  // the flow that counts it; 0: none
     };
+    // Station 9 sends only what flow 20 drops.
     const Bytes dns =
-        frame(unknown, station(1)).ipv4(ip4(10, 0, 0, 9), ip4(10, 0, 0, 1)).udp(4000, 53);
+        frame(unknown, station(9)).ipv4(ip4(10, 0, 0, 9), ip4(10, 0, 0, 1)).udp(4000, 53);
     const Case cases[] = {
         {"two match, the higher priority drops", dns, "", "flow 20 drops it", 20},
         {"the lower one alone",
@@ -94,6 +95,8 @@ TEST_F(Card, TheBestFlowCountsTheFrameAndDecides)
         for (const auto& flow : packets)
             EXPECT_EQ(flow_packets(flow.first), flow.second) << "flow " << flow.first;
     }
+    // Learning comes before the flows: what a flow drops has been learned.
+    EXPECT_EQ(fdb_entry(10, station(9)), "1/1/1");
 }
 
 // A flow that sets the VLAN (and the priority) forwards the frame in the

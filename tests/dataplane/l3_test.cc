@@ -1,5 +1,7 @@
 // Routing: host entry before route, longest prefix, the frame rewritten
 // for its next hop, and what goes to the CPU instead.
+#include <cstring>
+
 #include "frames.hh"
 
 namespace {
@@ -127,6 +129,27 @@ TEST_F(Router, WhatTheRouterCannotForwardGoesToTheCpu)
     ASSERT_TRUE(vorn_set_switch_forward_mode(1));
     run({{"no route, forward mode bit 0", to_router4(ip4(192, 168, 0, 1)), "",
           "no route to 192.168.0.1", 0}});
+}
+
+// Flows and filters see a frame before it is routed: a flow's drop wins,
+// a filter's copy to the CPU goes beside the routed frame.
+TEST_F(Router, FlowsAndFiltersComeBeforeRouting)
+{
+    of_flow_s discard;
+    std::memset(&discard.match, 0, sizeof discard.match);
+    discard.match.match_flags = OF_MATCH_L4_DST_PORT;
+    discard.match.l4_dst_port = 9;
+    ASSERT_TRUE(vorn_add_of_flow_with_id(discard, 1));
+    ASSERT_TRUE(vorn_add_of_flow_action(1, OF_ACTION_DROP, of_action_param_s{{0, 0, 0}}));
+    ASSERT_TRUE(vorn_add_l4_destination_port_filter(179));
+    const auto udp_to = [](unsigned int port) -> Bytes {
+        return frame(router10, client).ipv4(ip4(10, 10, 0, 9), ip4(10, 20, 0, 6)).udp(5000, port);
+    };
+    run({
+        {"a flow drops it", udp_to(9), "", "flow 1 drops it", 0},
+        {"a filter copies it", udp_to(179), "3 cpu:L4 port filter", "", 0x52},
+        {"neither", udp_to(80), "3", "", 0x52},
+    });
 }
 
 TEST_F(Router, Ipv6IsRoutedWithTheHopLimitOneLess)
