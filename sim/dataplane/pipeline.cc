@@ -479,46 +479,6 @@ unsigned int checksum_after(unsigned int checksum, unsigned int old_word, unsign
     return ~sum & 0xffff;
 }
 
-const L3Target* host4(const L3Tables& l3, std::uint32_t address)
-{
-    auto it = l3.hosts4().find(address);
-    return it == l3.hosts4().end() ? nullptr : &it->second;
-}
-
-const L3Target* host6(const L3Tables& l3, const unsigned char* address)
-{
-    Ipv6Key key;
-    std::copy(address, address + 16, key.address.begin());
-    auto it = l3.hosts6().find(key);
-    return it == l3.hosts6().end() ? nullptr : &it->second;
-}
-
-const L3Target* route4(const L3Tables& l3, std::uint32_t address, unsigned int& length)
-{
-    const auto& routes = l3.routes4();
-    for (int n = int(routes.size()) - 1; n >= 0; --n) {
-        if (routes[n].empty()) continue;
-        const std::uint32_t mask = n == 0 ? 0 : ~std::uint32_t(0) << (32 - n);
-        auto it = routes[n].find(address & mask);
-        if (it != routes[n].end()) return length = unsigned(n), &it->second;
-    }
-    return nullptr;
-}
-
-const L3Target* route6(const L3Tables& l3, const unsigned char* address, unsigned int& length)
-{
-    const auto& routes = l3.routes6();
-    for (int n = int(routes.size()) - 1; n >= 0; --n) {
-        if (routes[n].empty()) continue;
-        Ipv6Key key{};
-        for (int bit = 0; bit < n; ++bit)
-            if (address[bit / 8] & (0x80 >> (bit & 7))) key.address[bit / 8] |= static_cast<unsigned char>(0x80 >> (bit & 7));
-        auto it = routes[n].find(key);
-        if (it != routes[n].end()) return length = unsigned(n), &it->second;
-    }
-    return nullptr;
-}
-
 }  // namespace
 
 bool DataPlane::l3_stage(Walk& w)
@@ -543,27 +503,27 @@ bool DataPlane::l3_stage(Walk& w)
     }
     const L3Target* target = nullptr;
     unsigned int length = 0;
-    const char* how = "host";
+    bool routed = false;  // by a route rather than a host entry
     if (w.f.ipv4) {
-        target = host4(l3, w.f.dst4);
-        if (!target) target = route4(l3, w.f.dst4, length), how = "route";
+        target = l3.find_host4(w.f.dst4);
+        if (!target) target = l3.longest_match4(w.f.dst4, length), routed = true;
     } else {
-        target = host6(l3, w.f.dst6);
-        if (!target) target = route6(l3, w.f.dst6, length), how = "route";
+        target = l3.find_host6(w.f.dst6);
+        if (!target) target = l3.longest_match6(w.f.dst6, length), routed = true;
     }
-    const std::string dst = w.f.ipv4 ? ipv4_text(w.f.dst4) : ipv6_text(w.f.dst6);
+    auto dst = [&] { return w.f.ipv4 ? ipv4_text(w.f.dst4) : ipv6_text(w.f.dst6); };
     if (!target) {
-        if (m_.forward_mode_ & 1) return drop(w, phrase("no route to ", dst));
-        to_cpu(w, "no route", phrase("no route to ", dst));
+        if (m_.forward_mode_ & 1) return drop(w, phrase("no route to ", dst()));
+        to_cpu(w, "no route", phrase("no route to ", dst()));
         return false;
     }
-    if (std::string(how) == "route")
-        VORN_NOTE(w, "l3: route ", dst, "/", length, " via ", m_.names_.target(target->port, target->trunk));
+    if (routed)
+        VORN_NOTE(w, "l3: route ", dst(), "/", length, " via ", m_.names_.target(target->port, target->trunk));
     else
-        VORN_NOTE(w, "l3: host ", dst, " on ", m_.names_.target(target->port, target->trunk));
+        VORN_NOTE(w, "l3: host ", dst(), " on ", m_.names_.target(target->port, target->trunk));
     for (const auto& entry : l3.interfaces())
         if (entry.second.mac == target->mac) {
-            to_cpu(w, "for the router", phrase(dst, " is the card's own address"));
+            to_cpu(w, "for the router", phrase(dst(), " is the card's own address"));
             return false;
         }
     if (w.f.ttl <= 1) {
