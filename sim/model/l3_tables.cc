@@ -151,7 +151,8 @@ L3Tables::L3Tables(const Config& config)
       route4_capacity_(config.ipv4_routes),
       route6_capacity_(config.ipv6_routes),
       routes4_(33),
-      routes6_(129)
+      routes6_(129),
+      filter6_(config.ipv6_routes)
 {
 }
 
@@ -462,6 +463,48 @@ void L3Tables::clear_hosts()
     hosts6_.clear();
 }
 
+// --- The IPv6 filter.
+namespace {
+
+const std::uint16_t full_counter = 0xffff;
+
+std::size_t spot(const Ipv6Key& key, int length, std::size_t counters)
+{
+    return (Ipv6Hash()(key) + static_cast<std::size_t>(length) * 0x9e3779b9u) & (counters - 1);
+}
+
+}  // namespace
+
+void RouteFilter6::add(const Ipv6Key& key, int length)
+{
+    if (counters_.empty()) {
+        std::size_t counters = 1024;
+        while (counters < 8 * capacity_) counters *= 2;
+        counters_.assign(counters, 0);
+    }
+    std::uint16_t& counter = counters_[spot(key, length, counters_.size())];
+    if (counter != full_counter) ++counter;
+    ++routes_;
+}
+
+void RouteFilter6::remove(const Ipv6Key& key, int length)
+{
+    std::uint16_t& counter = counters_[spot(key, length, counters_.size())];
+    if (counter != full_counter) --counter;
+    if (--routes_ == 0) clear();
+}
+
+void RouteFilter6::clear()
+{
+    counters_ = std::vector<std::uint16_t>();
+    routes_ = 0;
+}
+
+bool RouteFilter6::may_hold(const Ipv6Key& key, int length) const
+{
+    return !counters_.empty() && counters_[spot(key, length, counters_.size())] != 0;
+}
+
 // --- Routes.
 bool L3Tables::add_route4(Refuser& refuse, int length, unsigned int address, const Mp& port, bool trunk,
                           const unsigned char* mac, unsigned int interface_id, unsigned int vlan)
@@ -482,9 +525,11 @@ bool L3Tables::add_route6(Refuser& refuse, int length, const unsigned char* addr
     const L3Interface* on = known_interface(refuse, interface_id);
     if (!on || !refuse.room("IPv6 route table", route6_count_, route6_capacity_)) return false;
     const L3Target t = target(port, trunk, mac, interface_id, on->vlan);
-    if (!routes6_[length].emplace(masked6(address, length), t).second)
+    const Ipv6Key key = masked6(address, length);
+    if (!routes6_[length].emplace(key, t).second)
         return refuse("route ", route6_name(address, length), " already exists");
     note_length6(length);
+    filter6_.add(key, length);
     ++route6_count_;
     return true;
 }
@@ -524,7 +569,11 @@ void L3Tables::delete_routes_on_interface(unsigned int interface_id)
     const std::size_t routes4_before = route4_count_;
     for (auto& table : routes4_) route4_count_ -= erase_where(table, on_interface);
     for (auto& table : routes6_) route6_count_ -= erase_where(table, on_interface);
-    for (int length = 0; length <= 128; ++length) note_length6(length);
+    filter6_.clear();
+    for (int length = 0; length <= 128; ++length) {
+        note_length6(length);
+        for (const auto& route : routes6_[length]) filter6_.add(route.first, length);
+    }
     // As costly as the scan above, and simpler than removing one by one.
     if (route4_count_ == routes4_before) return;
     trie4_.clear();
@@ -556,6 +605,7 @@ bool L3Tables::delete_route6(Refuser& refuse, const Names& names, const unsigned
         return false;
     routes6_[length].erase(key);
     note_length6(length);
+    filter6_.remove(key, length);
     --route6_count_;
     return true;
 }
@@ -567,6 +617,7 @@ void L3Tables::clear_routes()
     route4_count_ = route6_count_ = 0;
     trie4_.clear();
     lengths6_.clear();
+    filter6_.clear();
 }
 
 // The longest route shorter than `shorter_than` that covers `address`.
@@ -611,7 +662,9 @@ const L3Target* L3Tables::longest_match4(unsigned int address, unsigned int& pre
 const L3Target* L3Tables::longest_match6(const unsigned char* address, unsigned int& prefix_length) const
 {
     for (unsigned char length : lengths6_) {
-        const L3Target* route = found_in(routes6_[length], masked6(address, length));
+        const Ipv6Key key = masked6(address, length);
+        if (!filter6_.may_hold(key, length)) continue;
+        const L3Target* route = found_in(routes6_[length], key);
         if (!route) continue;
         prefix_length = length;
         return route;

@@ -84,6 +84,25 @@ private:
     std::unordered_map<const L3Target*, Slot> leaf_of_;
 };
 
+// Whether an IPv6 route of a length may have a masked address: a counter
+// per hash of the pair, eight counters a route, so that a lookup skips most
+// of the lengths that hold no match after reading one small array instead
+// of a table each.  A counter that would overflow stays full, which only
+// costs a probe.  Nothing is allocated while it holds no route.
+class RouteFilter6 {
+public:
+    explicit RouteFilter6(std::size_t capacity) : capacity_(capacity) {}
+    void add(const Ipv6Key& key, int length);
+    void remove(const Ipv6Key& key, int length);
+    void clear();
+    bool may_hold(const Ipv6Key& key, int length) const;
+
+private:
+    std::size_t capacity_;
+    std::size_t routes_ = 0;
+    std::vector<std::uint16_t> counters_;  // a power of two of them
+};
+
 class L3Tables {
 public:
     typedef std::unordered_map<unsigned int, L3Target> Table4;
@@ -182,6 +201,7 @@ private:
     std::size_t route4_count_ = 0;
     std::size_t route6_count_ = 0;
     RouteTrie4 trie4_;
+    RouteFilter6 filter6_;
     std::vector<unsigned char> lengths6_;  // that hold IPv6 routes, longest first
 };
 
