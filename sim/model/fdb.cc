@@ -253,11 +253,12 @@ bool SwitchModel::traverse_mac_table(void* arg)
 // the port (or its LAG), the VLAN and the switch.
 void SwitchModel::learn(const MacAddress& mac, unsigned int vlan, const Mp& port, bool trunk)
 {
+    const FdbKey key(vlan, mac);
+    if (fdb_.relearn(key, port, trunk)) return;  // per frame, mostly: no limits to look up
     const PortState* state = trunk ? nullptr : ports_.find(port);
     const Lag* lag = trunk ? lags_.find(port.port()) : nullptr;
     const MacTable::LearnLimits limits{trunk ? (lag ? lag->mac_limit : 0) : (state ? state->mac_limit : 0),
                                        vlans_.mac_limit_of(vlan), state && state->mac_lock};
-    const FdbKey key(vlan, mac);
     FdbEntry added;
     if (fdb_.learn(key, port, trunk, limits, added)) notify_mac(key, added, LCMGR_MAC_LEARNED);
 }

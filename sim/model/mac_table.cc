@@ -1,7 +1,18 @@
 // The MAC table.
 #include "mac_table.hh"
 
+#include <algorithm>
+
 namespace vorn_sim {
+
+FdbTable MacTable::entries() const
+{
+    FdbTable sorted;
+    entries_.for_each([&](std::uint64_t key, const FdbEntry& entry) {
+        sorted.emplace_hint(sorted.end(), FdbKey::unpacked(key), entry);
+    });
+    return sorted;
+}
 
 bool MacTable::room(Refuser& refuse, std::size_t more) const
 {
@@ -10,44 +21,56 @@ bool MacTable::room(Refuser& refuse, std::size_t more) const
 
 bool MacTable::add_static(Refuser& refuse, const FdbKey& key, const Mp& port, bool trunk, FdbEntry& added)
 {
-    // One walk down the table: where the key is, or where it would go.
-    auto place = entries_.lower_bound(key);
-    const bool found = place != entries_.end() && !(key < place->first);
-    if (!found && !room(refuse, 1)) return false;
+    // One probe while there is room; when full, only an entry already there
+    // may be replaced.
+    const std::uint64_t packed = key.packed();
+    const auto place = entries_.size() < capacity_ ? entries_.insert(packed)
+                                                   : std::make_pair(entries_.find(packed), false);
+    if (!place.first) return room(refuse, 1);
+    if (!place.second) tally(packed, *place.first, false);
     added = FdbEntry();
     added.port = port;
     added.trunk = trunk;
     added.is_static = true;
     added.learned_at = clock_;
-    if (found)
-        place->second = added;
-    else
-        entries_.emplace_hint(place, key, added);
+    *place.first = added;
     return true;
+}
+
+template <class Choose>
+MacTable::Entries MacTable::remove_chosen(Choose&& chosen)
+{
+    Entries removed;
+    entries_.for_each([&](std::uint64_t key, const FdbEntry& entry) {
+        if (chosen(key, entry)) removed.emplace_back(FdbKey::unpacked(key), entry);
+    });
+    std::sort(removed.begin(), removed.end(),
+              [](const Entries::value_type& a, const Entries::value_type& b) { return a.first < b.first; });
+    for (const auto& entry : removed) erase(entry.first.packed(), entry.second);
+    return removed;
 }
 
 MacTable::Entries MacTable::remove_if(bool static_too, const FdbKey* only_key,
                                       bool (*match)(const FdbKey&, const FdbEntry&, const void*),
                                       const void* context)
 {
-    Entries removed;
-    for (auto it = entries_.begin(); it != entries_.end();) {
-        const bool chosen = (only_key ? it->first == *only_key : match(it->first, it->second, context)) &&
-                            (static_too || !it->second.is_static);
-        if (chosen) {
-            removed.push_back(*it);
-            it = entries_.erase(it);
-        } else {
-            ++it;
+    if (only_key) {
+        Entries removed;
+        const FdbEntry* found = entries_.find(only_key->packed());
+        if (found && (static_too || !found->is_static)) {
+            removed.emplace_back(*only_key, *found);
+            erase(only_key->packed(), *found);
         }
+        return removed;
     }
-    return removed;
+    return remove_chosen([&](std::uint64_t key, const FdbEntry& entry) {
+        return (static_too || !entry.is_static) && match(FdbKey::unpacked(key), entry, context);
+    });
 }
 
 void MacTable::forget_vlan(unsigned int vlan)
 {
-    for (auto it = entries_.begin(); it != entries_.end();)
-        it = it->first.vlan == vlan ? entries_.erase(it) : std::next(it);
+    remove_chosen([&](std::uint64_t key, const FdbEntry&) { return key >> 48 == vlan; });
 }
 
 bool MacTable::set_aging(Refuser& refuse, int seconds)
@@ -57,50 +80,58 @@ bool MacTable::set_aging(Refuser& refuse, int seconds)
     return true;
 }
 
-bool MacTable::learn(const FdbKey& key, const Mp& port, bool trunk, const LearnLimits& limits, FdbEntry& added)
+bool MacTable::learn_new(const FdbKey& key, const Mp& port, bool trunk, const LearnLimits& limits,
+                         FdbEntry& added)
 {
-    auto found = entries_.find(key);
-    if (found != entries_.end()) {
-        if (found->second.is_static) return false;
-        found->second.port = port;
-        found->second.trunk = trunk;
-        found->second.learned_at = clock_;
-        return false;
-    }
     if (limits.locked) return false;
-    std::size_t on_port = 0, in_vlan = 0, learned = 0;
-    for (const auto& entry : entries_) {
-        if (entry.second.is_static) continue;
-        ++learned;
-        in_vlan += entry.first.vlan == key.vlan;
-        on_port += entry.second.port == port && entry.second.trunk == trunk;
-    }
     auto over = [](int limit, std::size_t count) { return limit > 0 && count >= std::size_t(limit); };
-    if (over(limits.port, on_port) || over(limits.vlan, in_vlan) || over(system_limit_, learned) ||
-        entries_.size() >= capacity_)
+    if (over(limits.port, learned_on(port, trunk)) || over(limits.vlan, learned_in(key.vlan)) ||
+        over(system_limit_, learned_) || entries_.size() >= capacity_)
         return false;
     added = FdbEntry();
     added.port = port;
     added.trunk = trunk;
     added.learned_at = clock_;
-    entries_[key] = added;
+    *entries_.insert(key.packed()).first = added;
+    tally(key.packed(), added, true);
     return true;
+}
+
+void MacTable::move(std::uint64_t key, FdbEntry& entry, const Mp& port, bool trunk)
+{
+    tally(key, entry, false);
+    entry.port = port;
+    entry.trunk = trunk;
+    tally(key, entry, true);
+}
+
+void MacTable::erase(std::uint64_t key, const FdbEntry& entry)
+{
+    tally(key, entry, false);
+    entries_.erase(key);
+}
+
+void MacTable::tally(std::uint64_t key, const FdbEntry& entry, bool in)
+{
+    if (entry.is_static) return;
+    learned_ = in ? learned_ + 1 : learned_ - 1;
+    for (auto counted : {std::make_pair(&on_port_, port_key(entry.port, entry.trunk)),
+                         std::make_pair(&in_vlan_, key >> 48)}) {
+        Counts& counts = *counted.first;
+        if (in)
+            ++*counts.insert(counted.second).first;
+        else if (--*counts.find(counted.second) == 0)
+            counts.erase(counted.second);
+    }
 }
 
 MacTable::Entries MacTable::advance_clock(unsigned int seconds)
 {
     clock_ += seconds;
-    Entries aged;
-    if (aging_seconds_ == 0) return aged;
-    for (auto it = entries_.begin(); it != entries_.end();) {
-        if (!it->second.is_static && clock_ - it->second.learned_at >= unsigned(aging_seconds_)) {
-            aged.push_back(*it);
-            it = entries_.erase(it);
-        } else {
-            ++it;
-        }
-    }
-    return aged;
+    if (aging_seconds_ == 0) return Entries();
+    return remove_chosen([&](std::uint64_t, const FdbEntry& entry) {
+        return !entry.is_static && clock_ - entry.learned_at >= unsigned(aging_seconds_);
+    });
 }
 
 }  // namespace vorn_sim
