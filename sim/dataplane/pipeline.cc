@@ -328,8 +328,12 @@ bool DataPlane::learn_stage(Walk& w)
     MacAddress source;
     std::copy(w.f.src(), w.f.src() + 6, source.begin());
     const FdbEntry* entry = m_.fdb_.find(w.vlan, w.f.src48);
-    if (!entry && s.mac_lock) {
-        const std::string why = phrase("unknown source ", mac_text(w.f.src()), " on MAC-locked port ", w.in_usp);
+    // A locked port knows only the sources already on it: one learned
+    // elsewhere does not move here.
+    if (s.mac_lock && !(entry && entry->port == where && entry->trunk == w.in_lag)) {
+        const std::string why = phrase(entry ? "source " : "unknown source ", mac_text(w.f.src()),
+                                       entry ? " is known elsewhere, not on MAC-locked port " : " on MAC-locked port ",
+                                       w.in_usp);
         if (s.drop_unknown) return drop(w, why);
         to_cpu(w, "unknown source on a locked port", why);
         return false;

@@ -110,6 +110,7 @@ TEST_F(Card, AMacLockedPortForwardsOnlyKnownSources)
     access_vlan(10, {1, 2});
     ASSERT_TRUE(vorn_add_mac_to_port(port(1), station(5).data(), 10));
     expect_result(inject(1, frame(unknown, station(6))), "2", "");  // learned before the lock
+    expect_result(inject(2, frame(unknown, station(7))), "1", "");  // learned on the other port
     struct Case {
         const char* what;
         bool drop_unknown;
@@ -124,6 +125,8 @@ TEST_F(Card, AMacLockedPortForwardsOnlyKnownSources)
         {"unknown source, to the CPU", false, 2, "cpu:unknown source on a locked port", "", ""},
         {"a static source", true, 5, "2", "", "1/1/1 static"},
         {"a source learned before the lock", true, 6, "2", "", "1/1/1"},
+        {"a source learned on another port does not move", true, 7, "",
+         "source 02:00:00:00:00:07 is known elsewhere, not on MAC-locked port 1/1/1", "1/1/2"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
