@@ -566,19 +566,10 @@ bool L3Tables::route6(Refuser& refuse, const Names& names, const unsigned char* 
 void L3Tables::delete_routes_on_interface(unsigned int interface_id)
 {
     auto on_interface = [&](const auto& e) { return e.second.interface_id == interface_id; };
-    const std::size_t routes4_before = route4_count_;
+    const std::size_t routes_before = route4_count_ + route6_count_;
     for (auto& table : routes4_) route4_count_ -= erase_where(table, on_interface);
     for (auto& table : routes6_) route6_count_ -= erase_where(table, on_interface);
-    filter6_.clear();
-    for (int length = 0; length <= 128; ++length) {
-        note_length6(length);
-        for (const auto& route : routes6_[length]) filter6_.add(route.first, length);
-    }
-    // As costly as the scan above, and simpler than removing one by one.
-    if (route4_count_ == routes4_before) return;
-    trie4_.clear();
-    for (int length = 0; length <= 32; ++length)
-        for (const auto& route : routes4_[length]) trie4_.add(route.first, length, &route.second);
+    if (route4_count_ + route6_count_ != routes_before) reindex_routes();
 }
 
 bool L3Tables::delete_route4(Refuser& refuse, const Names& names, unsigned int address, unsigned int mask,
@@ -618,6 +609,20 @@ void L3Tables::clear_routes()
     trie4_.clear();
     lengths6_.clear();
     filter6_.clear();
+}
+
+// The lookup indexes afresh from the tables: as costly as a scan of them,
+// and simpler than following a bulk delete route by route.
+void L3Tables::reindex_routes()
+{
+    trie4_.clear();
+    filter6_.clear();
+    for (int length = 0; length <= 32; ++length)
+        for (const auto& route : routes4_[length]) trie4_.add(route.first, length, &route.second);
+    for (int length = 0; length <= 128; ++length) {
+        note_length6(length);
+        for (const auto& route : routes6_[length]) filter6_.add(route.first, length);
+    }
 }
 
 // The longest route shorter than `shorter_than` that covers `address`.

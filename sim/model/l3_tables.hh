@@ -49,7 +49,8 @@ struct Ipv6Hash {
 // allocated while it holds no route.
 class RouteTrie4 {
 public:
-    // `route` (a table's entry) stays where it is until remove(); `length`
+    // `route`, a table's entry, is copied; its address names the route to
+    // remove() and as a fallback, so it must not move until then.  `length`
     // is 0-32.
     void add(unsigned int prefix, unsigned int length, const L3Target* route);
     // `fallback`: the longest route left that is shorter than `length` and
@@ -109,7 +110,7 @@ public:
     typedef std::unordered_map<Ipv6Key, L3Target, Ipv6Hash> Table6;
 
     L3Tables(const Config& config);
-    // The IPv4 trie points into the route tables.
+    // The IPv4 trie knows routes by their entries' addresses.
     L3Tables(const L3Tables&) = delete;
     L3Tables& operator=(const L3Tables&) = delete;
 
@@ -187,6 +188,7 @@ private:
     bool host_room(Refuser& refuse) const;
     const L3Target* covering4(unsigned int address, int shorter_than) const;
     void note_length6(int length);
+    void reindex_routes();
 
     std::size_t interface_capacity_;
     std::size_t host_capacity_;
