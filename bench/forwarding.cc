@@ -45,8 +45,14 @@ void* operator new(std::size_t size)
     if (void* memory = std::malloc(size ? size : 1)) return memory;
     throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
 
 namespace {
 
@@ -74,7 +80,10 @@ const Mac unknown_mac = {0x02, 0xee, 0xee, 0xee, 0xee, 0xee};
 const std::uint32_t sender_ip4 = 0xc0a80a02;  // 192.168.10.2
 const Ipv6 sender_ip6 = {0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x02};
 
-Usp port(unsigned int n) { return Usp(1, 1, n); }
+Usp port(unsigned int n)
+{
+    return Usp(1, 1, n);
+}
 
 std::list<Usp> port_range(unsigned int first, unsigned int last)
 {
@@ -84,7 +93,10 @@ std::list<Usp> port_range(unsigned int first, unsigned int last)
 }
 
 // Ports 47 and 48, turn about: where the routes lead.
-Usp uplink_port(std::size_t i) { return port(47 + static_cast<unsigned int>(i % 2)); }
+Usp uplink_port(std::size_t i)
+{
+    return port(47 + static_cast<unsigned int>(i % 2));
+}
 
 // --- The tables' entries, distinct and spread.
 
@@ -92,11 +104,18 @@ Usp uplink_port(std::size_t i) { return port(47 + static_cast<unsigned int>(i % 
 Mac destination_mac(std::size_t i)
 {
     const std::uint32_t x = static_cast<std::uint32_t>(i) * 2654435761u;  // one-to-one on 32 bits
-    return Mac{0x02, 0x00, static_cast<unsigned char>(x >> 24), static_cast<unsigned char>(x >> 16),
-               static_cast<unsigned char>(x >> 8), static_cast<unsigned char>(x)};
+    return Mac{0x02,
+               0x00,
+               static_cast<unsigned char>(x >> 24),
+               static_cast<unsigned char>(x >> 16),
+               static_cast<unsigned char>(x >> 8),
+               static_cast<unsigned char>(x)};
 }
 const std::size_t destinations = mac_entries - 1;
-Usp destination_port(std::size_t i) { return port(2 + static_cast<unsigned int>(i % (ports - 1))); }
+Usp destination_port(std::size_t i)
+{
+    return port(2 + static_cast<unsigned int>(i % (ports - 1)));
+}
 
 struct Route4 {
     std::uint32_t address;
@@ -188,26 +207,33 @@ bool configure_card()
     const std::vector<std::pair<const char*, std::function<bool()>>> steps = {
         {"line card init", [&] { return vorn_lcmgr_api_init(card_ports); }},
         {"VLANs", [] { return vorn_create_vlan(access_vlan) && vorn_create_vlan(uplink_vlan); }},
-        {"VLAN 10 members", [] { return vorn_add_ports_to_vlan(access_vlan, {}, port_range(1, ports)); }},
-        {"VLAN 20 members", [] { return vorn_add_ports_to_vlan(uplink_vlan, port_range(47, 48), {}); }},
+        {"VLAN 10 members",
+         [] { return vorn_add_ports_to_vlan(access_vlan, {}, port_range(1, ports)); }},
+        {"VLAN 20 members",
+         [] { return vorn_add_ports_to_vlan(uplink_vlan, port_range(47, 48), {}); }},
         {"PVIDs", [] { return vorn_set_ports_pvid(port_range(1, ports), access_vlan); }},
-        {"FDB entries", [] {
+        {"FDB entries",
+         [] {
              return add_all(destinations, [](std::size_t i) {
-                 return vorn_add_mac_to_port(destination_port(i), destination_mac(i).data(), access_vlan);
+                 return vorn_add_mac_to_port(destination_port(i), destination_mac(i).data(),
+                                             access_vlan);
              });
          }},
-        {"L3 interfaces", [&] {
+        {"L3 interfaces",
+         [&] {
              return vorn_create_l3_interface(router_mac.data(), access_vlan, access_interface) &&
                     vorn_create_l3_interface(router_mac.data(), uplink_vlan, uplink_interface);
          }},
-        {"IPv4 routes", [&] {
+        {"IPv4 routes",
+         [&] {
              return add_all(ipv4_routes, [&](std::size_t i) {
                  const Route4& r = routes4()[i];
-                 return vorn_add_l3_route_ip4(uplink_port(i), r.address, r.mask, next_hop_mac.data(),
-                                              uplink_interface, uplink_vlan);
+                 return vorn_add_l3_route_ip4(uplink_port(i), r.address, r.mask,
+                                              next_hop_mac.data(), uplink_interface, uplink_vlan);
              });
          }},
-        {"IPv6 routes", [&] {
+        {"IPv6 routes",
+         [&] {
              return add_all(ipv6_routes, [&](std::size_t i) {
                  const Route6& r = routes6()[i];
                  return vorn_add_l3_route_ip6(uplink_port(i), r.address.data(), r.mask.data(),
@@ -218,8 +244,8 @@ bool configure_card()
     for (const auto& step : steps)
         if (!step.second()) {
             const vorn_sim::Refusal& refusal = vorn_sim::last_refusal();
-            std::fprintf(stderr, "forwarding bench: %s refused: %s: %s\n", step.first, refusal.operation.c_str(),
-                         refusal.reason.c_str());
+            std::fprintf(stderr, "forwarding bench: %s refused: %s: %s\n", step.first,
+                         refusal.operation.c_str(), refusal.reason.c_str());
             return false;
         }
     return true;
@@ -321,7 +347,8 @@ Traffic routed4()
     Traffic t;
     for (std::size_t i = 0; i < frames_per_set; ++i) {
         const Route4& route = routes4()[random() % routes4().size()];
-        ipv4_frame(t.add(), router_mac, route.address | (static_cast<std::uint32_t>(random()) & ~route.mask));
+        ipv4_frame(t.add(), router_mac,
+                   route.address | (static_cast<std::uint32_t>(random()) & ~route.mask));
     }
     return t;
 }
@@ -358,7 +385,9 @@ bool inject_all(const Traffic& traffic, std::size_t count)
 {
     bool ok = true;
     for (std::size_t i = 0; i < count; ++i)
-        ok = vorn_sim::inject_frame(ingress, traffic.frame(i % traffic.count()), frame_size, nullptr) && ok;
+        ok = vorn_sim::inject_frame(ingress, traffic.frame(i % traffic.count()), frame_size,
+                                    nullptr) &&
+             ok;
     return ok;
 }
 
@@ -390,14 +419,27 @@ void forward(benchmark::State& state, Traffic (*make)(), unsigned int copies)
         return;
     }
     state.SetItemsProcessed(state.iterations());
-    state.counters["copies"] = benchmark::Counter(static_cast<double>(out), benchmark::Counter::kIsRate);
+    state.counters["copies"] =
+        benchmark::Counter(static_cast<double>(out), benchmark::Counter::kIsRate);
     state.counters["allocations"] = static_cast<double>(allocations);
 }
 
-void l2_known_unicast(benchmark::State& state) { forward(state, known_unicast, 1); }
-void flood_vlan_of_48(benchmark::State& state) { forward(state, unknown_unicast, ports - 1); }
-void routed_ipv4(benchmark::State& state) { forward(state, routed4, 1); }
-void routed_ipv6(benchmark::State& state) { forward(state, routed6, 1); }
+void l2_known_unicast(benchmark::State& state)
+{
+    forward(state, known_unicast, 1);
+}
+void flood_vlan_of_48(benchmark::State& state)
+{
+    forward(state, unknown_unicast, ports - 1);
+}
+void routed_ipv4(benchmark::State& state)
+{
+    forward(state, routed4, 1);
+}
+void routed_ipv6(benchmark::State& state)
+{
+    forward(state, routed6, 1);
+}
 
 // The floor: each frame copied once, from the same rotation of frames.
 void copy_64_bytes(benchmark::State& state)

@@ -45,7 +45,8 @@ struct Tally {
     void add(const Bytes& frame)
     {
         octets += frame.size();
-        const bool to_all = std::all_of(frame.begin(), frame.begin() + 6, [](unsigned char b) { return b == 0xff; });
+        const bool to_all = std::all_of(frame.begin(), frame.begin() + 6,
+                                        [](unsigned char b) { return b == 0xff; });
         ++(to_all ? broadcast : (frame[0] & 1) ? multicast : unicast);
     }
 };
@@ -85,11 +86,14 @@ protected:
 
         unsigned int uplink_interface = 0, access_interface = 0;
         ASSERT_TRUE(vorn_create_l3_interface(router_mac.data(), 20, uplink_interface));
-        ASSERT_TRUE(vorn_add_l3_host_ip4(port(47), ip4(192, 168, 20, 2), gateway_mac.data(), uplink_interface));
-        ASSERT_TRUE(vorn_add_l3_route_ip4(uplink, ip4(10, 0, 0, 0), 0xff000000, gateway_mac.data(), uplink_interface, 20));
+        ASSERT_TRUE(vorn_add_l3_host_ip4(port(47), ip4(192, 168, 20, 2), gateway_mac.data(),
+                                         uplink_interface));
+        ASSERT_TRUE(vorn_add_l3_route_ip4(uplink, ip4(10, 0, 0, 0), 0xff000000, gateway_mac.data(),
+                                          uplink_interface, 20));
         const unsigned char prefix6[16] = {0x20, 0x01, 0x0d, 0xb8};
         const unsigned char mask6[16] = {0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff};
-        ASSERT_TRUE(vorn_add_l3_route_ip6(port(48), prefix6, mask6, gateway_mac.data(), uplink_interface));
+        ASSERT_TRUE(
+            vorn_add_l3_route_ip6(port(48), prefix6, mask6, gateway_mac.data(), uplink_interface));
 
         of_flow_s flow;
         std::memset(&flow.match, 0, sizeof flow.match);
@@ -126,20 +130,24 @@ TEST_F(EndToEnd, BringUpThenTrafficThenCounters)
 
     // --- Between access ports, in VLAN 10.
     {
-        const Bytes to_server = frame(server_mac, host_a).ipv4(host_a_ip, ip4(192, 168, 10, 3)).udp(5000, 80);
+        const Bytes to_server =
+            frame(server_mac, host_a).ipv4(host_a_ip, ip4(192, 168, 10, 3)).udp(5000, 80);
         const vorn_sim::FrameResult r = send(1, to_server);
         expect_result(r, "3", "");
         ASSERT_EQ(r.egress.size(), 1u);
         EXPECT_EQ(r.egress[0].frame, to_server) << "bridged frames leave as they came";
 
-        expect_result(send(3, frame(host_a, server_mac).ipv4(ip4(192, 168, 10, 3), host_a_ip).udp(80, 5000)), "1", "");
+        expect_result(
+            send(3, frame(host_a, server_mac).ipv4(ip4(192, 168, 10, 3), host_a_ip).udp(80, 5000)),
+            "1", "");
         EXPECT_EQ(fdb_entry(10, host_a), "1/1/1");
 
         // A broadcast reaches every other member of VLAN 10, tagged on the
         // trunks, and the CPU; an ARP from port 1 takes the bring-up's flow.
         expect_result(send(2, frame(broadcast_mac, host_b).arp(ip4(192, 168, 10, 4), host_a_ip)),
                       "1 3 4 5 6 7 8 47:10 48:10 cpu:broadcast", "");
-        expect_result(send(1, frame(broadcast_mac, host_a).arp(host_a_ip, ip4(192, 168, 10, 4))), "2", "");
+        expect_result(send(1, frame(broadcast_mac, host_a).arp(host_a_ip, ip4(192, 168, 10, 4))),
+                      "2", "");
 
         // Port 9 is in no VLAN, and blocks: what comes in is counted and dropped.
         expect_result(send(9, frame(host_a, blocked_host)), "", "port 1/1/9");
@@ -148,12 +156,14 @@ TEST_F(EndToEnd, BringUpThenTrafficThenCounters)
 
     // --- Over the uplink LAG, in VLAN 20: tagged in on a member, untagged out.
     {
-        const Bytes to_gateway = frame(gateway_mac, trunk_host).tag(20).ipv4(ip4(192, 168, 20, 47), ip4(10, 9, 9, 9));
+        const Bytes to_gateway =
+            frame(gateway_mac, trunk_host).tag(20).ipv4(ip4(192, 168, 20, 47), ip4(10, 9, 9, 9));
         vorn_sim::FrameResult r = send(47, to_gateway);  // unknown yet: flooded, the LAG once
         EXPECT_EQ(r.egress.size(), 2u) << summary(r);
         EXPECT_NE(summary(r).find("48:20"), std::string::npos) << summary(r);
 
-        const Bytes reply = frame(trunk_host, gateway_mac).tag(20).ipv4(ip4(10, 9, 9, 9), ip4(192, 168, 20, 47));
+        const Bytes reply =
+            frame(trunk_host, gateway_mac).tag(20).ipv4(ip4(10, 9, 9, 9), ip4(192, 168, 20, 47));
         r = send(46, reply);
         expect_result(r, "47:20", "");
         ASSERT_EQ(r.egress.size(), 1u);
@@ -168,7 +178,8 @@ TEST_F(EndToEnd, BringUpThenTrafficThenCounters)
 
     // --- Routed between VLANs 10 and 20: new MACs, TTL one less, checksum right.
     {
-        auto expect_routed = [](const vorn_sim::EgressFrame& e, const Mac& next_hop, std::size_t ttl_at) {
+        auto expect_routed = [](const vorn_sim::EgressFrame& e, const Mac& next_hop,
+                                std::size_t ttl_at) {
             const Seen s = seen(e.frame);
             EXPECT_EQ(s.dst, next_hop);
             EXPECT_EQ(s.src, router_mac);
@@ -178,8 +189,10 @@ TEST_F(EndToEnd, BringUpThenTrafficThenCounters)
             EXPECT_EQ(internet_checksum(&e.frame[seen(e.frame).l3 + 2], 20), 0u);
         };
 
-        vorn_sim::FrameResult r = send(1, frame(router_mac, host_a).ipv4(host_a_ip, ip4(10, 1, 2, 3)).udp(5000, 53));
-        ASSERT_NE(uplink_member(r), "") << "10.0.0.0/8 via the LAG, untagged: " << summary(r) << trace_text(r);
+        vorn_sim::FrameResult r =
+            send(1, frame(router_mac, host_a).ipv4(host_a_ip, ip4(10, 1, 2, 3)).udp(5000, 53));
+        ASSERT_NE(uplink_member(r), "")
+            << "10.0.0.0/8 via the LAG, untagged: " << summary(r) << trace_text(r);
         expect_routed(r.egress[0], gateway_mac, 8);
         expect_ipv4_checksum(r.egress[0]);
 
@@ -195,7 +208,9 @@ TEST_F(EndToEnd, BringUpThenTrafficThenCounters)
         expect_routed(r.egress[0], gateway_mac, 7);
 
         // Back from the uplink, tagged on a member, to host A's address.
-        r = send(45, frame(router_mac, gateway_mac).tag(20).ipv4(ip4(10, 1, 2, 3), host_a_ip).udp(53, 5000));
+        r = send(
+            45,
+            frame(router_mac, gateway_mac).tag(20).ipv4(ip4(10, 1, 2, 3), host_a_ip).udp(53, 5000));
         expect_result(r, "1", "");
         ASSERT_EQ(r.egress.size(), 1u);
         expect_routed(r.egress[0], host_a, 8);
