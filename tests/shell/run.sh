@@ -54,6 +54,8 @@ if [[ $size != $((24 + $(wc -l <<<"$frames") * (16 + 42))) ]]; then
 elif command -v tcpdump >/dev/null; then
   said=$(tcpdump -r "$capture" -nn -e -tt 2>/dev/null | cut -d' ' -f1-9)
   [[ $said == "$frames" ]] || read_back=$(printf 'tcpdump -r forwarding.pcap reads\n%s\nnot\n%s' "$said" "$frames")
+elif [[ -n ${CI:-} ]]; then
+  read_back="tcpdump is not installed (scripts/setup installs it)"
 else
   echo "tcpdump is not installed: forwarding.pcap checked by its size only"
 fi
