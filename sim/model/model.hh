@@ -253,6 +253,7 @@ public:
         return vlans_.ipv6_subnet_vlans();
     }
     int system_mac_limit() const { return fdb_.system_limit(); }
+    unsigned int vlan_instance(unsigned int vlan) const { return dataplane_.vlan_instance(vlan); }
     Usp usp_of(const Mp& port, bool trunk) const { return names_.usp_of(port, trunk); }
 
 private:

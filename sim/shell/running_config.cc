@@ -93,6 +93,9 @@ void print_vlan_classification(std::ostream& out)
     for (const auto& s : model().ipv6_subnet_vlans())
         out << "set_ipv6_subnet_vlan " << ipv6_text(s.first.first.data()) << " " << s.first.second << " "
             << s.second.first << " " << s.second.second << "\n";
+    // The MSTP instance of each VLAN mapped out of instance 0.
+    for (unsigned int vlan = 1; vlan <= 4094; ++vlan)
+        if (model().vlan_instance(vlan) != 0) out << "mstp-map " << vlan << " " << model().vlan_instance(vlan) << "\n";
 }
 
 // In the order of their ids, which the card hands out lowest free first.

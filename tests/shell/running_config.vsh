@@ -56,4 +56,5 @@ filter add l4-port 179
 filter add arp 10.1.0.0/16
 set_switch_forward_mode 1
 set_switch_unknown_unicast_to_cpu on
+mstp-map 20 4
 show running-config
