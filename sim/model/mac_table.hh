@@ -15,7 +15,6 @@
 #include <cstdint>
 #include <algorithm>
 #include <map>
-#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -67,53 +66,6 @@ typedef std::map<FdbKey, FdbEntry> FdbTable;
 
 namespace flat {
 
-// Slot arrays of tables dropped or outgrown, one kept per size for the next
-// table that grows to it: a card reset rebuilds its tables, and memory fresh
-// from the system costs more to touch than the table's own work on it.
-template <class Slot>
-class SpareArrays {
-public:
-    // `count` (a power of two) free slots.
-    static std::vector<Slot> take(std::size_t count)
-    {
-        std::vector<Slot> slots;
-        {
-            Shelf& shelf = shelf_of();
-            std::lock_guard<std::mutex> hold(shelf.lock);
-            slots.swap(shelf.by_size[size_class(count)]);
-        }
-        if (slots.size() != count) return std::vector<Slot>(count);
-        std::fill(slots.begin(), slots.end(), Slot());
-        return slots;
-    }
-    static void give(std::vector<Slot>& slots)
-    {
-        if (slots.empty()) return;
-        Shelf& shelf = shelf_of();
-        std::lock_guard<std::mutex> hold(shelf.lock);
-        std::vector<Slot>& kept = shelf.by_size[size_class(slots.size())];
-        if (kept.empty()) kept.swap(slots);
-    }
-
-private:
-    struct Shelf {
-        std::mutex lock;
-        std::vector<Slot> by_size[64];
-    };
-    static std::size_t size_class(std::size_t count)
-    {
-        std::size_t log2 = 0;
-        while (count >>= 1) ++log2;
-        return log2;
-    }
-    // Never destroyed: tables may outlive static destruction.
-    static Shelf& shelf_of()
-    {
-        static Shelf* shelf = new Shelf;
-        return *shelf;
-    }
-};
-
 // A hash map from 64-bit keys (below 2^63: the all-ones key marks a free
 // slot) to values: a power-of-two array of slots, linear probing, at most
 // half full, doubled as it fills.  Erasing shifts the entries after the hole
@@ -132,7 +84,6 @@ public:
     Map(Map&&) = default;
     Map& operator=(const Map&) = default;
     Map& operator=(Map&&) = default;
-    ~Map() { SpareArrays<Slot>::give(slots_); }
 
     std::size_t size() const { return size_; }
     std::size_t slot_count() const { return slots_.size(); }
@@ -206,13 +157,12 @@ private:
     }
     void rehash(std::size_t count)
     {
-        std::vector<Slot> old = SpareArrays<Slot>::take(count);
+        std::vector<Slot> old(count);
         old.swap(slots_);
         shift_ = 64;
         for (std::size_t n = count; n > 1; n >>= 1) --shift_;
         for (const Slot& slot : old)
             if (slot.key != free_key) slots_[probe(slot.key)] = slot;
-        SpareArrays<Slot>::give(old);
     }
 
     std::vector<Slot> slots_;

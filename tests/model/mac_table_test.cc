@@ -37,20 +37,6 @@ std::uint64_t key_at(const Map& map, std::size_t home, std::set<std::uint64_t>& 
     return key;
 }
 
-// Slot arrays are kept for the next map when a map grows or goes.
-TEST(FlatMap, ANewMapStartsEmptyOnAnArrayUsedBefore)
-{
-    for (int round = 0; round < 2; ++round) {
-        Map map;
-        for (std::uint64_t key = 0; key < 100; ++key) {
-            ASSERT_EQ(map.find(key), nullptr) << "round " << round << ", key " << key;
-            ASSERT_TRUE(map.insert(key).second) << "round " << round << ", key " << key;
-            ASSERT_EQ(*map.find(key), 0u) << "round " << round << ", key " << key;
-            *map.find(key) = key + 1;
-        }
-    }
-}
-
 // Keys inserted in order, each at its home slot (base + offset, wrapping
 // around the end), then one erased: the others stay findable.
 struct ShiftCase {
