@@ -33,10 +33,7 @@ bool link_local_control(const Frame& f)
     return std::memcmp(f.data, link_local, 5) == 0 && (f.data[5] & 0xf0) == 0;
 }
 
-std::string ipv4_text(std::uint32_t a)
-{
-    return phrase(a >> 24, ".", (a >> 16) & 255, ".", (a >> 8) & 255, ".", a & 255);
-}
+std::string ipv4_text(std::uint32_t a) { return vorn_meta::encode<vorn_meta::Kind::ipv4>(a); }
 
 std::string ipv6_text(const unsigned char* a) { return vorn_meta::encode(vorn_meta::Kind::ipv6, a); }
 

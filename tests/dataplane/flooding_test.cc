@@ -8,32 +8,13 @@ using namespace dataplane_test;
 
 const Mac unknown = station(0xee);
 
-struct Case {
-    const char* what;
-    unsigned int in;
-    Bytes frame;
-    const char* out;
-    const char* drop;
-};
-
-void run(const std::vector<Case>& cases)
-{
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        vorn_sim::FrameResult result;
-        ASSERT_TRUE(vorn_sim::inject_frame(port(c.in), c.frame, &result))
-            << vorn_sim::last_refusal().reason;
-        expect_result(result, c.out, c.drop);
-    }
-}
-
 // Port 1 holds back broadcasts from port 3 and unknown unicast from port 2.
 TEST_F(Card, FloodBlockingHoldsBackEachKindFromTheChosenPorts)
 {
     access_vlan(10, {1, 2, 3});
     ASSERT_TRUE(vorn_set_port_flood_blocking({port(1)}, port(3), FLOOD_BLOCK_BROADCAST));
     ASSERT_TRUE(vorn_set_port_flood_blocking({port(1)}, port(2), FLOOD_BLOCK_UNKNOWN_UNICAST));
-    run({
+    run_frames({
         {"broadcast", 1, frame(broadcast_mac, station(1)), "2 cpu:broadcast", ""},
         {"unknown unicast", 1, frame(unknown, station(1)), "3", ""},
         {"multicast", 1, frame(multicast_mac, station(1)), "2 3 cpu:multicast", ""},
@@ -47,7 +28,7 @@ TEST_F(Card, FloodBlockingTowardsTheCpu)
 {
     access_vlan(10, {1, 2});
     ASSERT_TRUE(vorn_set_port_flood_blocking_cpu({port(1)}, FLOOD_BLOCK_BROADCAST));
-    run({
+    run_frames({
         {"broadcast", 1, frame(broadcast_mac, station(1)), "2", ""},
         {"multicast", 1, frame(multicast_mac, station(1)), "2 cpu:multicast", ""},
         {"broadcast from another port", 2, frame(broadcast_mac, station(2)), "1 cpu:broadcast", ""},
@@ -58,19 +39,19 @@ TEST_F(Card, UnknownUnicastReachesTheCpuPerPortOrSwitchWide)
 {
     access_vlan(10, {1, 2, 3});
     ASSERT_TRUE(vorn_set_port_switch_unknown_unicast_to_cpu(port(1), true));
-    run({
+    run_frames({
         {"from the port that sends it there", 1, frame(unknown, station(1)),
          "2 3 cpu:unknown unicast", ""},
         {"from another port", 2, frame(unknown, station(2)), "1 3", ""},
     });
     ASSERT_TRUE(vorn_set_switch_unknown_unicast_to_cpu(true));
-    run({
+    run_frames({
         {"switch-wide, from another port", 2, frame(unknown, station(2)), "1 3 cpu:unknown unicast",
          ""},
         {"switch-wide, known unicast", 2, frame(station(1), station(2)), "1", ""},
     });
     ASSERT_TRUE(vorn_set_port_flood_blocking_cpu({port(2)}, FLOOD_BLOCK_UNKNOWN_UNICAST));
-    run({
+    run_frames({
         {"switch-wide, blocked towards the CPU", 2, frame(unknown, station(2)), "1 3", ""},
     });
 }

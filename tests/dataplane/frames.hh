@@ -272,6 +272,25 @@ inline void expect_result(const vorn_sim::FrameResult& r, const std::string& out
                                                         << trace_text(r);
 }
 
+// One frame into a port and where it must go: a row of the stage tables.
+struct FrameCase {
+    const char* what;
+    unsigned int in;
+    Bytes frame;
+    const char* out;
+    const char* drop;
+};
+
+inline void run_frames(const std::vector<FrameCase>& cases)
+{
+    for (const FrameCase& c : cases) {
+        SCOPED_TRACE(c.what);
+        vorn_sim::FrameResult result;
+        ASSERT_TRUE(vorn_sim::inject_frame(port(c.in), c.frame, &result)) << vorn_sim::last_refusal().reason;
+        expect_result(result, c.out, c.drop);
+    }
+}
+
 // --- The card ------------------------------------------------------------------------
 
 // The FDB entry of (vlan, mac) as the library reads it: "1/1/3", "0/1/1"

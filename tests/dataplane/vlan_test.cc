@@ -6,25 +6,6 @@ namespace {
 
 using namespace dataplane_test;
 
-struct Case {
-    const char* what;
-    unsigned int in;
-    Bytes frame;
-    const char* out;
-    const char* drop;
-};
-
-void run(const std::vector<Case>& cases)
-{
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        vorn_sim::FrameResult result;
-        ASSERT_TRUE(vorn_sim::inject_frame(port(c.in), c.frame, &result))
-            << vorn_sim::last_refusal().reason;
-        expect_result(result, c.out, c.drop);
-    }
-}
-
 const Mac unknown = station(0xee);  // never a source: every frame to it floods
 const Mac mac_vlan_source = station(0x20);
 const Mac other_source = station(0x01);
@@ -52,7 +33,7 @@ TEST_F(Classification, TagThenMacThenSubnetThenProtocolThenPvid)
 {
     const std::uint32_t in_subnet = ip4(10, 30, 0, 1);
     const std::uint32_t elsewhere = ip4(10, 99, 0, 1);
-    run({
+    run_frames({
         {"the tag beats the MAC VLAN", 1,
          frame(unknown, mac_vlan_source).tag(10).ipv4(in_subnet, elsewhere), "2", ""},
         {"the MAC VLAN beats the subnet VLAN", 1,
@@ -70,7 +51,7 @@ TEST_F(Classification, Ipv6SubnetsTakeTheSamePlace)
 {
     const Ip6 in_subnet = ip6(0x30, 1);  // 2001:db8:30::1, in 2001:db8::/32
     const Ip6 elsewhere = {{0x20, 0x01, 0x0d, 0xb9, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}};
-    run({
+    run_frames({
         {"the MAC VLAN beats the subnet VLAN", 1,
          frame(unknown, mac_vlan_source).ipv6(in_subnet, elsewhere), "3", ""},
         {"the subnet VLAN beats the protocol VLAN", 1,
@@ -109,7 +90,7 @@ TEST_F(Card, TheClassificationsPriorityGoesWithTheFrame)
 TEST_F(Classification, APriorityTagIsClassifiedLikeNoTag)
 {
     const std::uint32_t in_subnet = ip4(10, 30, 0, 1);
-    run({
+    run_frames({
         {"priority-tagged, MAC VLAN source", 1, frame(unknown, mac_vlan_source).tag(0, 5), "3", ""},
         {"priority-tagged, subnet VLAN source", 1,
          frame(unknown, other_source).tag(0, 5).ipv4(in_subnet, 1), "4", ""},
@@ -122,7 +103,7 @@ TEST_F(Card, EgressTaggingFollowsTheVlanNotTheIngressFrame)
 {
     vlan(10, {1, 3}, {2});
     ASSERT_TRUE(vorn_set_port_pvid(port(2), 10));
-    run({
+    run_frames({
         {"tagged in, both ways out", 1, frame(unknown, other_source).tag(10), "2 3:10", ""},
         {"untagged in, both ways out", 2, frame(unknown, other_source), "1:10 3:10", ""},
         {"priority-tagged in: the PVID", 2, frame(unknown, station(2)).tag(0, 3), "1:10 3:10", ""},
@@ -134,7 +115,7 @@ TEST_F(Card, TaggedOnlyPortsDropUntaggedAndPriorityTaggedFrames)
     vlan(10, {1}, {2});
     vlan(1, {}, {1, 3});
     ASSERT_TRUE(vorn_set_port_vlan_accept_frame(port(1), true));
-    run({
+    run_frames({
         {"untagged", 1, frame(unknown, other_source), "", "tagged frames only"},
         {"priority-tagged", 1, frame(unknown, other_source).tag(0), "", "tagged frames only"},
         {"tagged", 1, frame(unknown, other_source).tag(10), "2", ""},
@@ -147,7 +128,7 @@ TEST_F(Card, IngressFilteringDropsUnknownVlansAndNonMembers)
     vlan(10, {1}, {2});
     vlan(20, {3}, {});
     ASSERT_TRUE(vorn_set_port_pvid(port(4), 20));  // the PVID alone makes no member
-    run({
+    run_frames({
         {"a VLAN that does not exist", 1, frame(unknown, other_source).tag(99), "",
          "VLAN 99 does not exist"},
         {"a VLAN the port is not in", 1, frame(unknown, other_source).tag(20), "",
