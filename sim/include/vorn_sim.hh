@@ -23,6 +23,7 @@
 #include <memory>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "vorn_types.hh"
@@ -223,13 +224,52 @@ bool start_capture(const std::vector<Usp>& ports, const std::string& path);
 void stop_capture();
 
 // Where a port's frames go besides the in-memory result: a back end gets
-// each frame that leaves the card on its port.  Null detaches it.
+// each frame that leaves the card on its port, and hears of the port's
+// administrative state.  Null detaches it.
 class PortBackend {
 public:
     virtual ~PortBackend() {}
     virtual void transmit(const unsigned char* frame, std::size_t size) = 0;
+    // The port's administrative state, as set through the SDK (and once
+    // when the back end is attached).
+    virtual void admin_state(bool /*up*/) {}
+    // The end of a burst: frames held back for one system call go now.
+    virtual void flush() {}
 };
 bool set_port_backend(const Usp& port, std::shared_ptr<PortBackend> backend);
+
+// --- Ports on Linux interfaces ------------------------------------------------
+// A front-panel port bound to a Linux network interface: what the card sends
+// on the port is written to the interface, and what the interface receives
+// enters the port through the pipeline while serve() runs.  The interface's
+// link (up and carrier) is the port's link: a change raises the link-change
+// callbacks.  The port's administrative state drives the interface: a TAP's
+// carrier goes off, an existing interface is set down.  802.1Q tags survive
+// both ways, priority tags included.
+//
+// A TAP interface NAME, created and owned by the card in network namespace
+// `netns` (a name under /run/netns; empty: the process's own).  It goes away
+// when the port is detached, the card is reset, or the process ends in any
+// way, so a card started right after can create it again.
+bool attach_tap(const Usp& port, const std::string& name, const std::string& netns = std::string());
+// An existing interface NAME (one end of a veth pair, say), opened with a
+// packet socket: frames are read and written in bursts, and the tags the
+// kernel moves into ancillary data are put back in the frame.
+bool attach_device(const Usp& port, const std::string& name);
+// Unbinds the port: it is in memory again, with link.
+bool detach(const Usp& port);
+// The ports bound to interfaces: (port, "tap NAME" or "dev NAME").
+std::vector<std::pair<Usp, std::string>> attached();
+
+// Moves frames between the attached interfaces and the pipeline and follows
+// their links, with the card's clock (FDB aging, storm control) following
+// real time, until `seconds` have passed (0: until stopped).  Callbacks and
+// CPU frames are delivered as frames arrive.  True when the time ran out,
+// false when stop_serving() ended it.
+bool serve(double seconds);
+// Ends serve() early; safe in a signal handler.  A stop asked while not
+// serving ends the next serve() at once.
+void stop_serving();
 
 class SwitchModel;
 // The switch model behind the SDK object, for views of its tables; null
