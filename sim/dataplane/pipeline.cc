@@ -128,14 +128,64 @@ DataPlane::DataPlane(SwitchModel& model, std::size_t ports)
 {
     wire_.resize(65536 + 4);
     routed_.resize(65536);
+    unflushed_.reserve(ports);
 }
 
 DataPlane::~DataPlane() = default;
+
+// --- Port back ends ------------------------------------------------------------
+
+namespace {
+
+// Holds the back ends' output for the scope of one frame.
+class Held {
+public:
+    explicit Held(DataPlane& plane) : plane_(plane) { plane_.hold_transmit(); }
+    ~Held() { plane_.release_transmit(); }
+    Held(const Held&) = delete;
+    Held& operator=(const Held&) = delete;
+
+private:
+    DataPlane& plane_;
+};
+
+}  // namespace
+
+void DataPlane::set_backend(unsigned int port, std::shared_ptr<PortBackend> backend)
+{
+    PortPlane& p = plane_[port];
+    if (p.backend && p.unflushed) p.backend->flush();
+    p.unflushed = false;
+    unflushed_.erase(std::remove(unflushed_.begin(), unflushed_.end(), port), unflushed_.end());
+    p.backend = std::move(backend);
+    admin_state(port, m_.ports_.at(port).admin);
+}
+
+void DataPlane::admin_state(unsigned int port, bool up)
+{
+    if (plane_[port].backend) plane_[port].backend->admin_state(up);
+}
+
+void DataPlane::release_transmit()
+{
+    if (holding_ > 0 && --holding_ == 0) flush_backends();
+}
+
+void DataPlane::flush_backends()
+{
+    for (unsigned int index : unflushed_) {
+        PortPlane& p = plane_[index];
+        p.unflushed = false;
+        if (p.backend) p.backend->flush();
+    }
+    unflushed_.clear();
+}
 
 // --- Ingress -------------------------------------------------------------------
 
 void DataPlane::ingress(const Mp& port, const Usp& usp, const Frame& frame, bool commit, FrameResult* result)
 {
+    const Held held(*this);
     Walk w;
     w.f = frame;
     w.in = port;
@@ -754,7 +804,12 @@ void DataPlane::transmit(Walk& w, unsigned int index, const Usp& usp, const unsi
                                                   : STAT_IF_OUT_UCAST_PKTS];
         }
         capture(w, index, data, size);
-        if (plane_[index].backend) plane_[index].backend->transmit(data, size);
+        PortPlane& p = plane_[index];
+        if (p.backend) {
+            p.backend->transmit(data, size);
+            if (!p.unflushed) unflushed_.push_back(index);
+            p.unflushed = true;
+        }
     }
     if (w.result) w.result->egress.push_back(EgressFrame{usp, std::vector<unsigned char>(data, data + size)});
 }
@@ -798,6 +853,7 @@ bool DataPlane::drop(Walk& w, const std::string& reason)
 
 void DataPlane::send_by_port(const std::vector<Mp>& tagged, const std::vector<Mp>& untagged, const Frame& frame)
 {
+    const Held held(*this);
     Walk w;
     w.f = frame;
     w.vlan = frame.untagged() ? 1 : frame.vid;
@@ -814,6 +870,7 @@ void DataPlane::send_by_port(const std::vector<Mp>& tagged, const std::vector<Mp
 
 void DataPlane::send_from_cpu(const Frame& frame)
 {
+    const Held held(*this);
     Walk w;
     w.f = frame;
     w.vlan = frame.untagged() ? 1 : frame.vid;

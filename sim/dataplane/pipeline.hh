@@ -45,13 +45,22 @@ public:
     // Ports by index (PortTable::index_of).
     bool start_capture(const std::vector<unsigned int>& ports, const std::string& path, std::string& error);
     void stop_capture();
-    void set_backend(unsigned int port, std::shared_ptr<PortBackend> backend) { plane_[port].backend = backend; }
+    // A port's back end: told of the port's admin state now and whenever it
+    // changes; what it was handed goes before it is replaced.
+    void set_backend(unsigned int port, std::shared_ptr<PortBackend> backend);
+    void admin_state(unsigned int port, bool up);
+    // While held, back ends keep what they were handed for one flush at the
+    // release (a burst of frames in, one system call out); unheld, each frame
+    // in and each frame from the CPU ends with a flush.  Holds nest.
+    void hold_transmit() { ++holding_; }
+    void release_transmit();
 
 private:
     enum Gate { forward, learn_only, discard };
     enum Flood { flood_broadcast, flood_multicast, flood_unknown_unicast };
     struct PortPlane {
         std::shared_ptr<PortBackend> backend;
+        bool unflushed = false;  // the back end was handed a frame since its last flush
         bool captured = false;
         unsigned long storm_second = ~0UL;
         unsigned int storm_count[3] = {0, 0, 0};
@@ -91,6 +100,7 @@ private:
     void routed_out(Walk& w, unsigned int interface_id, const unsigned char* next_hop, unsigned int vlan,
                     const Mp& port, bool trunk);
     void count_in(Walk& w);
+    void flush_backends();
 
     SwitchModel& m_;
     std::vector<PortPlane> plane_;
@@ -103,6 +113,9 @@ private:
     std::vector<unsigned char> wire_;
     std::vector<unsigned char> routed_;
     std::vector<Mp> flood_ports_;
+    // The ports whose back ends await a flush, and the depth of holds.
+    std::vector<unsigned int> unflushed_;
+    unsigned int holding_ = 0;
 };
 
 }  // namespace vorn_sim

@@ -214,6 +214,9 @@ public:
     bool start_capture(const std::vector<Mp>& ports, const std::vector<Usp>& names, const std::string& path);
     void stop_capture() { dataplane_.stop_capture(); }
     bool set_port_backend(const Mp& port, const Usp& usp, std::shared_ptr<PortBackend> backend);
+    // Frames handed to port back ends meanwhile go out together at the release.
+    void hold_transmit() { dataplane_.hold_transmit(); }
+    void release_transmit() { dataplane_.release_transmit(); }
     void pass_time(unsigned int seconds);
     bool physical(const Mp& port) const { return ports_.physical(port); }
     PortState* port_state(const Mp& port) { return ports_.find(port); }

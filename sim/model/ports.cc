@@ -44,7 +44,11 @@ bool SwitchModel::known_target(const Mp& port, bool trunk)
 bool SwitchModel::set_port_state(const Mp& p, bool enabled)
 {
     return op(Slot::set_port_state, [&] {
-        return on_port(p, [&](PortState& s) { return s.admin = enabled, true; });
+        return on_port(p, [&](PortState& s) {
+            s.admin = enabled;
+            dataplane_.admin_state(ports_.index_of(p), enabled);
+            return true;
+        });
     }, p, enabled);
 }
 
