@@ -270,6 +270,10 @@ bool serve(double seconds);
 // Ends serve() early; safe in a signal handler.  A stop asked while not
 // serving ends the next serve() at once.
 void stop_serving();
+// Called by serve() after each round of frames, link changes and clock
+// ticks (null: nothing is), e.g. to show what the callbacks heard as it
+// happens.
+void on_serve_round(void (*hook)(void* context), void* context);
 
 class SwitchModel;
 // The switch model behind the SDK object, for views of its tables; null
