@@ -79,6 +79,10 @@ std::vector<Form> packet_forms();
 std::vector<Form> capture_forms();
 std::vector<Form> mstp_map_forms();
 
+// The commands of ports on Linux interfaces (linux_ports.cc): attach,
+// detach, serve.
+void add_linux_port_commands(Shell& shell);
+
 // The show views: the switch model's tables, so that what is shown is what
 // the library did to the "hardware".
 bool show(const Words& words, std::ostream& out);
