@@ -6,10 +6,18 @@
 //                          other, with the card's poll and burst of reads
 //   ovs_userspace_l2       Open vSwitch's userspace datapath, NORMAL action,
 //                          the destination known (linux_ports_ovs.hh)
+//   card_l2_known_unicast  the reference host, ports 1/1/1 and 1/1/2 on
+//                          TAPs, serve() in a thread of its own: VLAN 10,
+//                          the destination a static FDB entry
+//   card_routed_ipv4       the same ports, routed from VLAN 10 to VLAN 20
+//                          through a host entry
 // items_per_second is frames that arrived; `lost` counts frames that did
-// not.  The card's runs carry their ratios to the references measured
-// earlier in the same run (`card/raw`, `card/OVS`); a summary with the
-// budgets (card >= 0.8 of raw, >= 1.0 of OVS) follows the runs.
+// not; `fwd_busy` is the forwarder's CPU time over the wall time (1: it had
+// no time to spare, less: the traffic held it back) and `fwd_ns/frame` its
+// CPU time per frame, system calls included.  The card's runs carry their
+// ratios to the references measured earlier in the same run (`card/raw`,
+// `card/OVS`); a summary with the budgets (card >= 0.8 of raw, >= 1.0 of
+// OVS) follows the runs.
 //
 // The program moves into a network namespace of its own first; without
 // the privilege to, it says why and exits 0 (1 when CI=true).  Open vSwitch
@@ -19,6 +27,7 @@
 #include <benchmark/benchmark.h>
 
 #include <poll.h>
+#include <pthread.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
@@ -30,10 +39,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <list>
 #include <map>
 #include <memory>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -44,6 +57,8 @@
 #include "linux_ports_links.hh"
 #include "linux_ports_ovs.hh"
 #include "run_args.hh"
+#include "vorn_api.hh"
+#include "vorn_sim.hh"
 
 namespace {
 
@@ -138,10 +153,46 @@ void guarded(benchmark::State& state, const std::function<void()>& body)
     }
 }
 
+// The CPU time a forwarder has used so far, in seconds.
+using CpuClock = std::function<double()>;
+
+CpuClock thread_cpu(std::thread& thread)
+{
+    return [&thread] {
+        clockid_t clock;
+        timespec now;
+        if (::pthread_getcpuclockid(thread.native_handle(), &clock) != 0 ||
+            ::clock_gettime(clock, &now) != 0)
+            throw std::runtime_error("no CPU clock for the forwarding thread");
+        return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+    };
+}
+
+// All the process's threads, user and system time (kept in clock ticks).
+CpuClock process_cpu(pid_t pid)
+{
+    return [pid] {
+        const std::string path = "/proc/" + std::to_string(pid) + "/stat";
+        std::ifstream file(path);
+        std::string stat((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+        const std::size_t end_of_name = stat.rfind(')');
+        std::istringstream fields(end_of_name == std::string::npos ? ""
+                                                                   : stat.substr(end_of_name + 1));
+        std::vector<std::string> field;
+        for (std::string f; fields >> f;) field.push_back(f);
+        // From the state (field 3) on: utime and stime are fields 14 and 15.
+        if (field.size() < 13) throw std::runtime_error("no CPU times in " + path);
+        return (std::stod(field[11]) + std::stod(field[12])) /
+               static_cast<double>(::sysconf(_SC_CLK_TCK));
+    };
+}
+
 // The traffic from TAP `in` to TAP `out` through whatever forwards between
-// them: warm-up, then the measured frames.
+// them: warm-up, then the measured frames.  Besides the rate: how busy the
+// forwarder was (its CPU time over the wall time) and its CPU time per frame.
 void measure(benchmark::State& state, const std::string& name, const std::string& in,
-             const std::string& out, const std::vector<unsigned char>& frame)
+             const std::string& out, const std::vector<unsigned char>& frame,
+             const CpuClock& forwarder_cpu)
 {
     for (const std::string& tap : {in, out}) {
         linux_ports::set_link_up(tap);
@@ -150,12 +201,16 @@ void measure(benchmark::State& state, const std::string& name, const std::string
     Generator generator(in, out, frame, marker_offset);
     generator.run(warm_up_frames);
     const unsigned long long arrived = generator.arrived(), lost = generator.lost();
+    const double cpu = forwarder_cpu();
     const auto start = std::chrono::steady_clock::now();
     for (auto _ : state) generator.run(frames_per_iteration);
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
     const double frames = static_cast<double>(generator.arrived() - arrived);
+    const double forwarding = forwarder_cpu() - cpu;
     state.SetItemsProcessed(static_cast<std::int64_t>(frames));
     state.counters["lost"] = static_cast<double>(generator.lost() - lost);
+    state.counters["fwd_busy"] = forwarding / elapsed.count();
+    state.counters["fwd_ns/frame"] = frames > 0 ? forwarding / frames * 1e9 : 0;
     rates()[name] = frames / elapsed.count();
 }
 
@@ -182,6 +237,7 @@ public:
         if (::write(wake_.get(), &one, sizeof one) < 0) std::perror("waking the forwarding loop");
         thread_.join();
     }
+    CpuClock cpu() { return thread_cpu(thread_); }
 
 private:
     void loop()
@@ -216,7 +272,8 @@ void interfaces_alone(benchmark::State& state)
 {
     guarded(state, [&] {
         InterfacesAlone forwarder("rawA", "rawB");
-        measure(state, "raw", "rawA", "rawB", udp_frame(receiver_mac, receiver_ip));
+        measure(state, "raw", "rawA", "rawB", udp_frame(receiver_mac, receiver_ip),
+                forwarder.cpu());
     });
 }
 
@@ -235,8 +292,103 @@ void ovs_userspace_l2(benchmark::State& state)
     guarded(state, [&] {
         linux_ports::OvsBridge bridge("/run/vorn-bench-ovs", "ovsA", "ovsB",
                                       mac_text(receiver_mac));
-        measure(state, "OVS", "ovsA", "ovsB", udp_frame(receiver_mac, receiver_ip));
+        measure(state, "OVS", "ovsA", "ovsB", udp_frame(receiver_mac, receiver_ip),
+                process_cpu(bridge.switch_pid()));
     });
+}
+
+// --- The card.
+
+std::list<Usp> ports(unsigned int first, unsigned int last)
+{
+    std::list<Usp> list;
+    for (unsigned int n = first; n <= last; ++n) list.push_back(Usp(1, 1, n));
+    return list;
+}
+
+// VLAN 10 on both ports, VLAN 20 on port 2, both untagged; the receiver
+// known in VLAN 10 and as a host in VLAN 20; both ports on TAPs.
+void configure_card()
+{
+    vorn_sim::Config config;
+    config.ports_per_slot = 2;
+    vorn_sim::configure(config);
+    int card_ports = 0;
+    unsigned int sender_interface = 0, receiver_interface = 0;
+    const Usp receiver_port(1, 1, 2);
+    const std::vector<std::pair<const char*, std::function<bool()>>> steps = {
+        {"line card init", [&] { return vorn_lcmgr_api_init(card_ports); }},
+        {"VLANs", [] { return vorn_create_vlan(sender_vlan) && vorn_create_vlan(receiver_vlan); }},
+        {"VLAN members",
+         [] {
+             return vorn_add_ports_to_vlan(sender_vlan, {}, ports(1, 2)) &&
+                    vorn_add_ports_to_vlan(receiver_vlan, {}, ports(2, 2));
+         }},
+        {"PVIDs", [] { return vorn_set_ports_pvid(ports(1, 2), sender_vlan); }},
+        {"FDB entry",
+         [&] { return vorn_add_mac_to_port(receiver_port, receiver_mac.data(), sender_vlan); }},
+        {"L3 interfaces",
+         [&] {
+             return vorn_create_l3_interface(router_mac.data(), sender_vlan, sender_interface) &&
+                    vorn_create_l3_interface(router_mac.data(), receiver_vlan, receiver_interface);
+         }},
+        {"host entry",
+         [&] {
+             return vorn_add_l3_host_ip4(receiver_port, receiver_ip, receiver_mac.data(),
+                                         receiver_interface);
+         }},
+        {"TAPs",
+         [&] {
+             return vorn_sim::attach_tap(Usp(1, 1, 1), "cardA") &&
+                    vorn_sim::attach_tap(receiver_port, "cardB");
+         }},
+    };
+    for (const auto& step : steps)
+        if (!step.second()) {
+            const vorn_sim::Refusal& refusal = vorn_sim::last_refusal();
+            throw std::runtime_error(std::string("the card refused its ") + step.first + ": " +
+                                     refusal.operation + ": " + refusal.reason);
+        }
+}
+
+// serve() in a thread of its own while the object lives.
+class Serving {
+public:
+    Serving() : thread_([] { vorn_sim::serve(0); }) {}
+    ~Serving()
+    {
+        vorn_sim::stop_serving();
+        thread_.join();
+    }
+    CpuClock cpu() { return thread_cpu(thread_); }
+
+private:
+    std::thread thread_;
+};
+
+void card(benchmark::State& state, const char* name, const std::vector<unsigned char>& frame)
+{
+    guarded(state, [&] {
+        static const bool configured = (configure_card(), true);
+        (void)configured;
+        {
+            Serving serving;
+            measure(state, name, "cardA", "cardB", frame, serving.cpu());
+        }
+        for (const char* reference : {"raw", "OVS"})
+            if (rates().count(reference))
+                state.counters[std::string("card/") + reference] =
+                    rates()[name] / rates()[reference];
+    });
+}
+
+void card_l2_known_unicast(benchmark::State& state)
+{
+    card(state, "card L2", udp_frame(receiver_mac, receiver_ip));
+}
+void card_routed_ipv4(benchmark::State& state)
+{
+    card(state, "card routed", udp_frame(router_mac, receiver_ip));
 }
 
 // --- The summary: each rate, and the card's ratios against the budgets.
@@ -260,6 +412,8 @@ void summarize()
 
 BENCHMARK(interfaces_alone)->UseRealTime();
 BENCHMARK(ovs_userspace_l2)->UseRealTime();
+BENCHMARK(card_l2_known_unicast)->UseRealTime();
+BENCHMARK(card_routed_ipv4)->UseRealTime();
 
 int main(int argc, char** argv)
 {

@@ -29,6 +29,9 @@ public:
     // Removes the bridge and stops the daemons.
     ~OvsBridge();
 
+    // The switch daemon, whose CPU time is the forwarding's.
+    pid_t switch_pid() const { return switch_; }
+
     OvsBridge(const OvsBridge&) = delete;
     OvsBridge& operator=(const OvsBridge&) = delete;
 
