@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <iomanip>
 #include <list>
+#include <sstream>
 #include <utility>
 
 namespace lldp {
@@ -44,41 +46,61 @@ Agent::~Agent() { stop(); }
 bool Agent::start(std::string& error)
 {
     stop();
-    const double ttl = std::ceil(settings_.interval * hold_multiplier);
     if (!(settings_.interval > 0 && settings_.interval <= interval_max)) {
-        error = "interval of " + std::to_string(settings_.interval) + " seconds (more than 0, at most 16383.75)";
+        std::ostringstream text;
+        text << std::setprecision(10) << "interval of " << settings_.interval << " seconds (more than 0, at most " << interval_max << ")";
+        error = text.str();
         return false;
     }
     std::vector<Packet> packets, shutdown_packets;
-    for (std::size_t i = 0; i < settings_.ports.size(); ++i) {
-        const Usp& port = settings_.ports[i];
-        const std::string name = port_name(port);
-        if (std::count_if(settings_.ports.begin(), settings_.ports.begin() + i,
-                          [&](const Usp& other) { return other == port; })) {
-            error = "port " + name + " is listed twice";
-            return false;
-        }
-        Lldpdu lldpdu;
-        lldpdu.chassis = mac_id(chassis_mac_address, settings_.chassis_mac);
-        lldpdu.port = text_id(port_interface_name, name);
-        lldpdu.ttl = static_cast<unsigned int>(ttl);
-        lldpdu.port_description = "port " + name;
-        lldpdu.system_name = settings_.system_name;
-        std::vector<unsigned char> frame, shutdown_frame;
-        Lldpdu shutdown = lldpdu;
-        shutdown.ttl = 0;
-        if (!encode_frame(settings_.chassis_mac, lldpdu, frame, error) ||
-            !encode_frame(settings_.chassis_mac, shutdown, shutdown_frame, error)) {
-            error = "port " + name + ": " + error;
+    for (auto port = settings_.ports.begin(); port != settings_.ports.end(); ++port) {
+        if (std::find(settings_.ports.begin(), port, *port) != port) {
+            error = "port " + port_name(*port) + " is listed twice";
             return false;
         }
         packets.emplace_back();
-        packets.back().set_data(frame);
         shutdown_packets.emplace_back();
-        shutdown_packets.back().set_data(shutdown_frame);
+        if (!build_packets(*port, packets.back(), shutdown_packets.back(), error)) return false;
     }
-    // LLDPDUs go to a link-local group address: the card hands them to the
-    // CPU only while a port processes BPDUs.
+    if (!trap_link_local(error)) return false;
+    if (!vorn_register_rx_packet_callback(&Agent::on_rx_packet, this)) {
+        error = "the card refused the rx-packet callback";
+        restore_trapping();
+        return false;
+    }
+    registered_ = true;
+    packets_.swap(packets);
+    shutdown_packets_.swap(shutdown_packets);
+    send_failed_.assign(settings_.ports.size(), false);
+    return true;
+}
+
+bool Agent::build_packets(const Usp& port, Packet& packet, Packet& shutdown_packet, std::string& error) const
+{
+    const std::string name = port_name(port);
+    Lldpdu lldpdu;
+    lldpdu.chassis = mac_id(chassis_mac_address, settings_.chassis_mac);
+    lldpdu.port = text_id(port_interface_name, name);
+    lldpdu.ttl = static_cast<unsigned int>(std::ceil(settings_.interval * hold_multiplier));
+    lldpdu.port_description = "port " + name;
+    lldpdu.system_name = settings_.system_name;
+    Lldpdu shutdown = lldpdu;
+    shutdown.ttl = 0;
+    std::vector<unsigned char> frame, shutdown_frame;
+    if (!encode_frame(settings_.chassis_mac, lldpdu, frame, error) ||
+        !encode_frame(settings_.chassis_mac, shutdown, shutdown_frame, error)) {
+        error = "port " + name + ": " + error;
+        return false;
+    }
+    packet.set_data(frame);
+    shutdown_packet.set_data(shutdown_frame);
+    return true;
+}
+
+// LLDPDUs go to a link-local group address: the card hands them to the CPU
+// only while a port processes BPDUs.
+bool Agent::trap_link_local(std::string& error)
+{
     for (const Usp& port : settings_.ports) {
         bool trapping = false;
         if (!vorn_get_port_bpdu_processing(port, trapping) ||
@@ -89,15 +111,6 @@ bool Agent::start(std::string& error)
         }
         if (!trapping) trapping_turned_on_.push_back(port);
     }
-    if (!vorn_register_rx_packet_callback(&Agent::on_rx_packet, this)) {
-        error = "the card refused the rx-packet callback";
-        restore_trapping();
-        return false;
-    }
-    registered_ = true;
-    packets_.swap(packets);
-    shutdown_packets_.swap(shutdown_packets);
-    send_failed_.assign(settings_.ports.size(), false);
     return true;
 }
 

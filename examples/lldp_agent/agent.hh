@@ -83,6 +83,8 @@ private:
         double expires = 0;
     };
 
+    bool build_packets(const Usp& port, Packet& packet, Packet& shutdown_packet, std::string& error) const;
+    bool trap_link_local(std::string& error);
     static void on_rx_packet(RxPacket* packet, void* agent);
     void print(const char* what, const Usp& port, const Lldpdu& lldpdu, const char* why = nullptr);
     std::size_t neighbours_on(const PortKey& port) const;

@@ -2,6 +2,8 @@
 // in a received LLDPDU is named instead of read past.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -192,6 +194,41 @@ TEST(Lldpdu, EveryTruncationIsRefused)
         EXPECT_EQ(decode(cut, lldpdu, error), Decoded::malformed);
         EXPECT_FALSE(error.empty());
     }
+}
+
+// Any byte of lldpd's LLDPDU set to any of a few values: the decoder stays
+// inside the frame (a buffer of exactly its size, for the address
+// sanitizer), and what it accepts obeys the rules it checks.
+TEST(Lldpdu, EveryCorruptedByteIsReadWithinTheFrame)
+{
+    const std::vector<unsigned char> whole = lldp_test::lldpd_frame("peer", 120, false);
+    const unsigned char values[] = {0x00, 0x01, 0x02, 0x06, 0x07, 0x7f, 0x80, 0xfe, 0xff};
+    std::size_t accepted = 0, refused = 0;
+    for (std::size_t at = 12; at < whole.size(); ++at)
+        for (unsigned char value : values) {
+            std::unique_ptr<unsigned char[]> frame(new unsigned char[whole.size()]);
+            std::copy(whole.begin(), whole.end(), frame.get());
+            frame[at] = value;
+            lldp::Lldpdu lldpdu;
+            std::string error;
+            switch (lldp::decode_frame(frame.get(), whole.size(), lldpdu, error)) {
+            case Decoded::lldpdu:
+                ++accepted;
+                EXPECT_FALSE(lldpdu.chassis.value.empty()) << at;
+                EXPECT_FALSE(lldpdu.port.value.empty()) << at;
+                EXPECT_LE(lldpdu.system_name.size(), whole.size()) << at;
+                break;
+            case Decoded::malformed:
+                ++refused;
+                EXPECT_FALSE(error.empty()) << at;
+                break;
+            case Decoded::not_lldp:
+                EXPECT_LT(at, 14u) << "only the ethertype decides that";
+                break;
+            }
+        }
+    EXPECT_GT(accepted, 0u);
+    EXPECT_GT(refused, 0u);
 }
 
 TEST(Lldpdu, IdsAndTextAsPeopleReadThem)

@@ -168,7 +168,7 @@ cat "$work/neighbors"
 kill -TERM "$lldpd_pid"
 wait "$lldpd_pid"
 lldpd_pid=
-forgotten() { grep -qxF "neighbour gone 1/1/3: ${agent_line#neighbour 1/1/3: } (shut down)" "$work/agent.out"; }
+forgotten() { grep -qx "neighbour gone 1/1/3: chassis $peer_mac port $peer_mac .* (shut down)" "$work/agent.out"; }
 check AgentForgetsLldpdOnItsShutdown poll 10 forgotten
 
 # SIGTERM ends the agent's serve loop: it exits 0, and its TAP is gone.
