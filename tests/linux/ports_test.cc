@@ -26,6 +26,7 @@
 #include <functional>
 #include <list>
 #include <memory>
+#include <new>
 #include <string>
 #include <thread>
 #include <vector>
@@ -33,6 +34,22 @@
 #include "linux_port.hh"
 #include "vorn_api.hh"
 #include "vorn_sim.hh"
+
+// Every allocation is counted while `counting` is on: the serve loop's
+// steady state makes none per frame.
+namespace {
+bool counting = false;
+unsigned long allocations = 0;
+}  // namespace
+
+void* operator new(std::size_t size)
+{
+    if (counting) ++allocations;
+    if (void* memory = std::malloc(size ? size : 1)) return memory;
+    throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace {
 
@@ -599,6 +616,35 @@ TEST_F(Card, ServeRunsItsTimeOrStopsWhenAsked)
     vorn_sim::stop_serving();  // asked before: the next serve ends at once
     EXPECT_FALSE(vorn_sim::serve(30));
     EXPECT_TRUE(vorn_sim::serve(0.01)) << "a stop ends one serve only";
+}
+
+TEST_F(Card, ServingKnownUnicastAllocatesNothingPerFrame)
+{
+    NEED_NAMESPACES();
+    ASSERT_TRUE(vorn_sim::attach_tap(port(1), "vt1")) << why();
+    ASSERT_TRUE(vorn_sim::attach_tap(port(2), "vt2")) << why();
+    ASSERT_TRUE(sh("ip link set vt1 up && ip link set vt2 up"));
+    Peer one("vt1"), two("vt2");
+    ASSERT_TRUE(one.ok() && two.ok());
+    ASSERT_TRUE(served_until([] { return link_up(port(1)) && link_up(port(2)); }));
+    // Each station learned where it is, and the buffers of both ways used once.
+    Bytes read;
+    ASSERT_TRUE(two.send(frame({{0x8100, 10}}, "learn b", station_b, station_a)));
+    ASSERT_TRUE(one.receive(bytes("learn b"), read));
+    ASSERT_TRUE(one.send(frame({{0x8100, 10}}, "learn a")));
+    ASSERT_TRUE(two.receive(bytes("learn a"), read));
+
+    const int frames = 300;
+    for (int i = 0; i < frames; ++i) ASSERT_TRUE(one.send(frame({{0x8100, 10}}, "steady " + std::to_string(i % 10))));
+    allocations = 0;
+    counting = true;
+    vorn_sim::serve(0.3);
+    counting = false;
+    int arrived = 0;
+    while (arrived < frames && two.receive(bytes("steady"), read, 1)) ++arrived;
+    EXPECT_EQ(arrived, frames);
+    // A second of the card's clock may tick meanwhile; a frame allocates nothing.
+    EXPECT_LT(allocations, 10u);
 }
 
 TEST_F(Card, AgingFollowsRealTimeWhileServing)
