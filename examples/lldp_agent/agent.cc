@@ -69,6 +69,10 @@ bool Agent::start(std::string& error)
         return false;
     }
     registered_ = true;
+    if (!listen_to_links(error)) {
+        stop();
+        return false;
+    }
     packets_.swap(packets);
     shutdown_packets_.swap(shutdown_packets);
     send_failed_.assign(settings_.ports.size(), false);
@@ -116,6 +120,7 @@ bool Agent::trap_link_local(std::string& error)
 
 void Agent::stop()
 {
+    stop_listening_to_links();
     if (registered_)
         vorn_deregister_event_callback(LCMGR_EVENT_RX_PACKET, reinterpret_cast<void*>(&Agent::on_rx_packet), this);
     registered_ = false;
@@ -123,6 +128,33 @@ void Agent::stop()
     neighbours_.clear();
     packets_.clear();
     shutdown_packets_.clear();
+}
+
+std::vector<Agent*>& Agent::started()
+{
+    static std::vector<Agent*> agents;
+    return agents;
+}
+
+bool Agent::listen_to_links(std::string& error)
+{
+    if (started().empty() && !vorn_register_link_change_callback(&Agent::on_link_change)) {
+        error = "the card refused the link-change callback";
+        return false;
+    }
+    started().push_back(this);
+    return true;
+}
+
+void Agent::stop_listening_to_links()
+{
+    auto& agents = started();
+    const auto me = std::find(agents.begin(), agents.end(), this);
+    if (me == agents.end()) return;
+    agents.erase(me);
+    if (agents.empty())
+        vorn_deregister_event_callback(LCMGR_EVENT_LINK_CHANGE, reinterpret_cast<void*>(&Agent::on_link_change),
+                                       nullptr);
 }
 
 void Agent::restore_trapping()
@@ -160,6 +192,35 @@ void Agent::expire()
     }
 }
 
+void Agent::on_link_change(LinkStatus* status, Usp* port)
+{
+    const std::vector<Agent*> agents = started();  // a callback may stop an agent
+    for (Agent* agent : agents) agent->link_changed(*port, status->state == PHY_STATE_UP);
+}
+
+void Agent::link_changed(const Usp& port, bool up)
+{
+    if (!up) forget(port, "link down");
+}
+
+void Agent::forget(const Usp& port, const char* why)
+{
+    for (auto it = neighbours_.begin(); it != neighbours_.end();) {
+        const PortKey& key = std::get<0>(it->first);
+        if (Usp(key.unit, key.slot, key.port) != port) {
+            ++it;
+            continue;
+        }
+        print("neighbour gone", port, it->second.lldpdu, why);
+        it = neighbours_.erase(it);
+    }
+}
+
+bool Agent::mine(const Usp& port) const
+{
+    return std::find(settings_.ports.begin(), settings_.ports.end(), port) != settings_.ports.end();
+}
+
 void Agent::on_rx_packet(RxPacket* packet, void* agent)
 {
     static_cast<Agent*>(agent)->receive(packet->port, packet->data, packet->length);
@@ -167,9 +228,7 @@ void Agent::on_rx_packet(RxPacket* packet, void* agent)
 
 void Agent::receive(const Usp& port, const unsigned char* frame, std::size_t size)
 {
-    if (std::none_of(settings_.ports.begin(), settings_.ports.end(),
-                     [&](const Usp& mine) { return mine == port; }))
-        return;
+    if (!mine(port)) return;
     Lldpdu lldpdu;
     std::string error;
     switch (decode_frame(frame, size, lldpdu, error)) {

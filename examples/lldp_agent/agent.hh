@@ -2,8 +2,9 @@
 // the switch runs it: it turns on the trapping of link-local frames on its
 // ports, sends an LLDPDU out of each port when asked, and keeps the
 // neighbours it hears through the rx-packet callback until their time to
-// live runs out.  It prints one line per neighbour that appears, changes or
-// goes away (flushed, so that another process can follow it).
+// live runs out or their port loses its link.  It prints one line per
+// neighbour that appears, changes or goes away (flushed, so that another
+// process can follow it).
 #ifndef VORN_EXAMPLES_LLDP_AGENT_HH
 #define VORN_EXAMPLES_LLDP_AGENT_HH
 
@@ -50,7 +51,7 @@ public:
     Agent& operator=(const Agent&) = delete;
 
     // Builds each port's LLDPDU, turns on link-local trapping on every port
-    // and registers for received frames.  False, naming what was wrong, with
+    // and registers for received frames and link changes.  False, naming what was wrong, with
     // nothing left registered.
     bool start(std::string& error);
     // Deregisters; neighbours are forgotten.  The agent's ports stop
@@ -66,6 +67,8 @@ public:
     void expire();
     // A frame the CPU received on `port`; what is not LLDP is left alone.
     void receive(const Usp& port, const unsigned char* frame, std::size_t size);
+    // A port whose link went down forgets what it heard.
+    void link_changed(const Usp& port, bool up);
 
     std::size_t neighbour_count() const { return neighbours_.size(); }
 
@@ -86,6 +89,14 @@ private:
     bool build_packets(const Usp& port, Packet& packet, Packet& shutdown_packet, std::string& error) const;
     bool trap_link_local(std::string& error);
     static void on_rx_packet(RxPacket* packet, void* agent);
+    // The link-change callback has no user data: it reaches every agent
+    // started, through one registration.
+    static void on_link_change(LinkStatus* status, Usp* port);
+    static std::vector<Agent*>& started();
+    bool listen_to_links(std::string& error);
+    void stop_listening_to_links();
+    bool mine(const Usp& port) const;
+    void forget(const Usp& port, const char* why);
     void print(const char* what, const Usp& port, const Lldpdu& lldpdu, const char* why = nullptr);
     std::size_t neighbours_on(const PortKey& port) const;
     void restore_trapping();

@@ -189,6 +189,51 @@ TEST_F(AgentOnCard, KeepsNeighboursApartByPortAndBoundsThemPerPort)
     EXPECT_NE(printed().find("neighbour 1/1/2: " + peer + " system \"peer\"\n"), std::string::npos);
 }
 
+TEST_F(AgentOnCard, ForgetsWhatAPortHeardWhenItsLinkGoesDown)
+{
+    start();
+    inject(1, lldp_test::lldpd_frame("one", 120));
+    inject(2, lldp_test::lldpd_frame("two", 120));
+    printed();
+    ASSERT_TRUE(vorn_sim::set_cable(port(1), false));
+    EXPECT_EQ(printed(), "neighbour gone 1/1/1: " + peer + " system \"one\" (link down)\n");
+    EXPECT_EQ(agent->neighbour_count(), 1u);
+    ASSERT_TRUE(vorn_sim::set_cable(port(1), true));
+    ASSERT_TRUE(vorn_sim::set_cable(port(3), false));
+    EXPECT_EQ(printed(), "");
+    EXPECT_EQ(agent->neighbour_count(), 1u);
+}
+
+// One link-change registration serves every agent started, and stays while
+// one of them runs.
+TEST_F(AgentOnCard, TwoAgentsHearTheLinksOfTheirOwnPorts)
+{
+    std::ostringstream other_out;
+    lldp::AgentSettings other_settings = settings;
+    other_settings.ports = {port(3)};
+    lldp::Agent other(other_settings, other_out, log, [this] { return now; });
+    std::string error;
+    ASSERT_TRUE(other.start(error)) << error;
+    settings.ports = {port(1)};
+    start();
+    inject(1, lldp_test::lldpd_frame("one", 120));
+    inject(3, lldp_test::lldpd_frame("three", 120));
+    printed();
+    other_out.str("");
+
+    agent->stop();
+    ASSERT_TRUE(vorn_sim::set_cable(port(3), false));
+    EXPECT_EQ(other_out.str(), "neighbour gone 1/1/3: " + peer + " system \"three\" (link down)\n");
+    EXPECT_EQ(printed(), "");
+    other.stop();
+    start();
+    inject(1, lldp_test::lldpd_frame("one", 120));
+    printed();
+    ASSERT_TRUE(vorn_sim::set_cable(port(1), false));
+    EXPECT_EQ(printed(), "neighbour gone 1/1/1: " + peer + " system \"one\" (link down)\n")
+        << "registered again once none was left";
+}
+
 TEST_F(AgentOnCard, TurnsOnLinkLocalTrappingWhileItRuns)
 {
     ASSERT_TRUE(vorn_set_port_bpdu_processing(port(1), false));

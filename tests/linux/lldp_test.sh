@@ -1,8 +1,8 @@
 #!/bin/bash
 # The LLDP example agent against Debian's lldpd.  The agent's port 1/1/3 is a
 # TAP in network namespace "peer", where lldpd runs on it; each side must list
-# the other as its neighbour, lldpd's shutdown must make the agent forget it
-# at once, and SIGTERM must end the agent cleanly.
+# the other as its neighbour; the link going down, and then lldpd's shutdown,
+# must make the agent forget it at once; SIGTERM must end the agent cleanly.
 #
 # Everything lives in namespaces of the test's own (network, mount, UTS, PID),
 # so that nothing outlives a failed run: whatever ends the test's shell, the
@@ -158,17 +158,25 @@ both_hear() { agent_hears_lldpd && lldpd_hears_agent; }
 poll $deadline_seconds both_hear
 check AgentListsLldpdAsItsNeighbour agent_hears_lldpd
 check LldpdListsTheAgentAsItsNeighbour lldpd_hears_agent
-echo "agent:"
-cat "$work/agent.out"
-echo "lldpd:"
+echo "lldpd's neighbours:"
 cat "$work/neighbors"
+
+# vt1 down in the peer: the port's link goes down and what it heard is
+# forgotten; up again: lldpd is heard again.
+gone_line() { echo "neighbour gone 1/1/3: chassis $peer_mac port $peer_mac .* ($1)"; }
+forgotten_on_link_down() { grep -qx "$(gone_line 'link down')" "$work/agent.out"; }
+heard_twice() { [ "$(grep -cxF "$agent_line" "$work/agent.out")" = 2 ]; }
+in_peer ip link set vt1 down
+check AgentForgetsLldpdWhenTheLinkGoesDown poll $deadline_seconds forgotten_on_link_down
+in_peer ip link set vt1 up
+check AgentHearsLldpdWhenTheLinkComesBack poll $deadline_seconds heard_twice
 
 # lldpd's shutdown LLDPDU (time to live 0) on SIGTERM: forgotten at once,
 # long before the 120 s lldpd's neighbours live.
 kill -TERM "$lldpd_pid"
 wait "$lldpd_pid"
 lldpd_pid=
-forgotten() { grep -qx "neighbour gone 1/1/3: chassis $peer_mac port $peer_mac .* (shut down)" "$work/agent.out"; }
+forgotten() { grep -qx "$(gone_line 'shut down')" "$work/agent.out"; }
 check AgentForgetsLldpdOnItsShutdown poll 10 forgotten
 
 # SIGTERM ends the agent's serve loop: it exits 0, and its TAP is gone.
@@ -185,5 +193,7 @@ ended_cleanly()
 }
 check AgentEndsOnSigterm ended_cleanly
 
+echo "the agent's neighbours:"
+cat "$work/agent.out"
 [ ${#failed[@]} = 0 ] || show_logs
 summary
