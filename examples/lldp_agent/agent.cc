@@ -17,7 +17,8 @@ const unsigned int hold_multiplier = 4;
 // Reads as a sentence after "neighbour": where, and who.
 std::string describe(const Lldpdu& lldpdu)
 {
-    std::string text = "chassis " + format_id(lldpdu.chassis, true) + " port " + format_id(lldpdu.port, false);
+    std::string text =
+        "chassis " + format_id(lldpdu.chassis, true) + " port " + format_id(lldpdu.port, false);
     if (!lldpdu.port_description.empty()) text += " description " + quoted(lldpdu.port_description);
     if (!lldpdu.system_name.empty()) text += " system " + quoted(lldpdu.system_name);
     return text;
@@ -27,7 +28,8 @@ std::string describe(const Lldpdu& lldpdu)
 
 std::string port_name(const Usp& port)
 {
-    return std::to_string(port.unit()) + "/" + std::to_string(port.slot()) + "/" + std::to_string(port.port());
+    return std::to_string(port.unit()) + "/" + std::to_string(port.slot()) + "/" +
+           std::to_string(port.port());
 }
 
 double Agent::steady_seconds()
@@ -41,14 +43,18 @@ Agent::Agent(const AgentSettings& settings, std::ostream& out, std::ostream& log
 {
 }
 
-Agent::~Agent() { stop(); }
+Agent::~Agent()
+{
+    stop();
+}
 
 bool Agent::start(std::string& error)
 {
     stop();
     if (!(settings_.interval > 0 && settings_.interval <= interval_max)) {
         std::ostringstream text;
-        text << std::setprecision(10) << "interval of " << settings_.interval << " seconds (more than 0, at most " << interval_max << ")";
+        text << std::setprecision(10) << "interval of " << settings_.interval
+             << " seconds (more than 0, at most " << interval_max << ")";
         error = text.str();
         return false;
     }
@@ -79,7 +85,8 @@ bool Agent::start(std::string& error)
     return true;
 }
 
-bool Agent::build_packets(const Usp& port, Packet& packet, Packet& shutdown_packet, std::string& error) const
+bool Agent::build_packets(const Usp& port, Packet& packet, Packet& shutdown_packet,
+                          std::string& error) const
 {
     const std::string name = port_name(port);
     Lldpdu lldpdu;
@@ -109,7 +116,8 @@ bool Agent::trap_link_local(std::string& error)
         bool trapping = false;
         if (!vorn_get_port_bpdu_processing(port, trapping) ||
             (!trapping && !vorn_set_port_bpdu_processing(port, true))) {
-            error = "port " + port_name(port) + ": the card does not trap link-local frames to the CPU";
+            error =
+                "port " + port_name(port) + ": the card does not trap link-local frames to the CPU";
             restore_trapping();
             return false;
         }
@@ -122,7 +130,8 @@ void Agent::stop()
 {
     stop_listening_to_links();
     if (registered_)
-        vorn_deregister_event_callback(LCMGR_EVENT_RX_PACKET, reinterpret_cast<void*>(&Agent::on_rx_packet), this);
+        vorn_deregister_event_callback(LCMGR_EVENT_RX_PACKET,
+                                       reinterpret_cast<void*>(&Agent::on_rx_packet), this);
     registered_ = false;
     restore_trapping();
     neighbours_.clear();
@@ -153,8 +162,8 @@ void Agent::stop_listening_to_links()
     if (me == agents.end()) return;
     agents.erase(me);
     if (agents.empty())
-        vorn_deregister_event_callback(LCMGR_EVENT_LINK_CHANGE, reinterpret_cast<void*>(&Agent::on_link_change),
-                                       nullptr);
+        vorn_deregister_event_callback(LCMGR_EVENT_LINK_CHANGE,
+                                       reinterpret_cast<void*>(&Agent::on_link_change), nullptr);
 }
 
 void Agent::restore_trapping()
@@ -163,9 +172,15 @@ void Agent::restore_trapping()
     trapping_turned_on_.clear();
 }
 
-void Agent::transmit() { send_all(packets_); }
+void Agent::transmit()
+{
+    send_all(packets_);
+}
 
-void Agent::transmit_shutdown() { send_all(shutdown_packets_); }
+void Agent::transmit_shutdown()
+{
+    send_all(shutdown_packets_);
+}
 
 void Agent::send_all(const std::vector<Packet>& packets)
 {
@@ -173,7 +188,8 @@ void Agent::send_all(const std::vector<Packet>& packets)
         const Usp& port = settings_.ports[i];
         const bool sent = vorn_send_packet_by_port({}, {port}, packets[i]);
         if (!sent && !send_failed_[i])
-            log_ << "lldp: port " << port_name(port) << ": the card refused to send the LLDPDU" << std::endl;
+            log_ << "lldp: port " << port_name(port) << ": the card refused to send the LLDPDU"
+                 << std::endl;
         send_failed_[i] = !sent;
     }
 }
@@ -187,7 +203,8 @@ void Agent::expire()
             continue;
         }
         const PortKey& key = std::get<0>(it->first);
-        print("neighbour gone", Usp(key.unit, key.slot, key.port), it->second.lldpdu, "time to live ran out");
+        print("neighbour gone", Usp(key.unit, key.slot, key.port), it->second.lldpdu,
+              "time to live ran out");
         it = neighbours_.erase(it);
     }
 }
@@ -232,13 +249,14 @@ void Agent::receive(const Usp& port, const unsigned char* frame, std::size_t siz
     Lldpdu lldpdu;
     std::string error;
     switch (decode_frame(frame, size, lldpdu, error)) {
-    case Decoded::not_lldp:
-        return;
-    case Decoded::malformed:
-        log_ << "lldp: port " << port_name(port) << ": ignored a malformed LLDPDU: " << error << std::endl;
-        return;
-    case Decoded::lldpdu:
-        break;
+        case Decoded::not_lldp:
+            return;
+        case Decoded::malformed:
+            log_ << "lldp: port " << port_name(port) << ": ignored a malformed LLDPDU: " << error
+                 << std::endl;
+            return;
+        case Decoded::lldpdu:
+            break;
     }
     const PortKey where{port.unit(), port.slot(), port.port()};
     const NeighbourKey key(where, lldpdu.chassis, lldpdu.port);

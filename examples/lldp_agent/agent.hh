@@ -28,7 +28,7 @@ struct AgentSettings {
     std::vector<Usp> ports;
 };
 
-// The longest time to live: four intervals of 16383.75 seconds.
+// The longest interval: the time to live, four intervals, fits 16 bits.
 const double interval_max = 16383.75;
 // Neighbours kept per port; more are refused, so a flood of chassis IDs
 // cannot take the process's memory.
@@ -45,14 +45,15 @@ public:
 
     // `out` gets the neighbour lines, `log` what the agent ignored or could
     // not do.
-    Agent(const AgentSettings& settings, std::ostream& out, std::ostream& log, Clock clock = steady_seconds);
+    Agent(const AgentSettings& settings, std::ostream& out, std::ostream& log,
+          Clock clock = steady_seconds);
     ~Agent();
     Agent(const Agent&) = delete;
     Agent& operator=(const Agent&) = delete;
 
     // Builds each port's LLDPDU, turns on link-local trapping on every port
-    // and registers for received frames and link changes.  False, naming what was wrong, with
-    // nothing left registered.
+    // and registers for received frames and link changes.  False, naming
+    // what was wrong, with nothing left registered.
     bool start(std::string& error);
     // Deregisters; neighbours are forgotten.  The agent's ports stop
     // trapping link-local frames only if they did not before.
@@ -86,8 +87,10 @@ private:
         double expires = 0;
     };
 
-    bool build_packets(const Usp& port, Packet& packet, Packet& shutdown_packet, std::string& error) const;
+    bool build_packets(const Usp& port, Packet& packet, Packet& shutdown_packet,
+                       std::string& error) const;
     bool trap_link_local(std::string& error);
+    void send_all(const std::vector<Packet>& packets);
     static void on_rx_packet(RxPacket* packet, void* agent);
     // The link-change callback has no user data: it reaches every agent
     // started, through one registration.
@@ -106,7 +109,6 @@ private:
     std::ostream& log_;
     Clock clock_;
     bool registered_ = false;
-    void send_all(const std::vector<Packet>& packets);
 
     // By the port's place in settings_.ports.
     std::vector<Packet> packets_;

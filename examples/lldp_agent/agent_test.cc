@@ -19,7 +19,10 @@ namespace {
 const unsigned char card_mac[6] = {0x02, 0x00, 0x00, 0x00, 0x00, 0x01};
 const std::string peer = "chassis 52:54:00:12:34:56 port 9e:3c:01:02:03:04 description \"veth1\"";
 
-Usp port(unsigned int n) { return Usp(1, 1, n); }
+Usp port(unsigned int n)
+{
+    return Usp(1, 1, n);
+}
 
 class AgentOnCard : public testing::Test {
 protected:
@@ -123,9 +126,12 @@ TEST_F(AgentOnCard, FollowsANeighbourFromItsFirstLldpduToItsLast)
         {"not expired 119 s after the refresh", {}, 119, ""},
         {"a new system name", lldp_test::lldpd_frame("peer-2", 120), 0,
          "neighbour 1/1/1: " + peer + " system \"peer-2\"\n"},
-        {"its time to live runs out", {}, 120,
+        {"its time to live runs out",
+         {},
+         120,
          "neighbour gone 1/1/1: " + peer + " system \"peer-2\" (time to live ran out)\n"},
-        {"back again", lldp_test::lldpd_frame("peer", 120), 0, "neighbour 1/1/1: " + peer + " system \"peer\"\n"},
+        {"back again", lldp_test::lldpd_frame("peer", 120), 0,
+         "neighbour 1/1/1: " + peer + " system \"peer\"\n"},
         {"shut down", lldp_test::lldpd_frame("peer", 0), 0,
          "neighbour gone 1/1/1: " + peer + " system \"peer\" (shut down)\n"},
         {"a shutdown of a neighbour not known", lldp_test::lldpd_frame("peer", 0), 0, ""},
@@ -157,7 +163,8 @@ TEST_F(AgentOnCard, IgnoresWhatIsNotAnLldpduOfItsOwnPorts)
     };
     const Case cases[] = {
         {"malformed", 1, malformed,
-         "lldp: port 1/1/1: ignored a malformed LLDPDU: Port ID TLV (type 2) of length 511 runs past the frame (" +
+         "lldp: port 1/1/1: ignored a malformed LLDPDU: Port ID TLV (type 2) of length 511 runs "
+         "past the frame (" +
              std::to_string(malformed.size() - 14 - 9 - 2) + " bytes left)\n"},
         {"not LLDP", 1, broadcast, ""},
         {"on a port the agent does not run on", 3, lldp_test::lldpd_frame("peer", 120), ""},
@@ -182,9 +189,10 @@ TEST_F(AgentOnCard, KeepsNeighboursApartByPortAndBoundsThemPerPort)
         inject(1, lldp_test::lldpd_frame("crowd", 120, true, chassis));
     }
     EXPECT_EQ(agent->neighbour_count(), lldp::neighbours_per_port_max + 1);
-    EXPECT_NE(log.str().find("lldp: port 1/1/1: ignored a neighbour beyond the 32 a port keeps: chassis "
-                             "52:54:00:00:00:20"),
-              std::string::npos)
+    EXPECT_NE(
+        log.str().find("lldp: port 1/1/1: ignored a neighbour beyond the 32 a port keeps: chassis "
+                       "52:54:00:00:00:20"),
+        std::string::npos)
         << log.str();
     EXPECT_NE(printed().find("neighbour 1/1/2: " + peer + " system \"peer\"\n"), std::string::npos);
 }
@@ -250,7 +258,8 @@ TEST_F(AgentOnCard, TurnsOnLinkLocalTrappingWhileItRuns)
     ASSERT_TRUE(vorn_get_port_bpdu_processing(port(2), trapping));
     EXPECT_TRUE(trapping) << "it was on before the agent";
     inject(2, lldp_test::lldpd_frame("peer", 120));
-    EXPECT_EQ(printed(), "neighbour 1/1/1: " + peer + " system \"peer\"\n") << "no callback after stop";
+    EXPECT_EQ(printed(), "neighbour 1/1/1: " + peer + " system \"peer\"\n")
+        << "no callback after stop";
 }
 
 TEST_F(AgentOnCard, RefusesToStartWithNothingLeftBehind)
@@ -264,12 +273,22 @@ TEST_F(AgentOnCard, RefusesToStartWithNothingLeftBehind)
         std::string error;
     };
     const Case cases[] = {
-        {"a port the card does not have", {port(1), port(49)}, 1, "switch",
+        {"a port the card does not have",
+         {port(1), port(49)},
+         1,
+         "switch",
          "port 1/1/49: the card does not trap link-local frames to the CPU"},
         {"a port twice", {port(1), port(2), port(1)}, 1, "switch", "port 1/1/1 is listed twice"},
-        {"a system name too long", {port(1)}, 1, std::string(256, 's'),
+        {"a system name too long",
+         {port(1)},
+         1,
+         std::string(256, 's'),
          "port 1/1/1: System Name of 256 bytes (at most 255)"},
-        {"no interval", {port(1)}, 0, "switch", "interval of 0 seconds (more than 0, at most 16383.75)"},
+        {"no interval",
+         {port(1)},
+         0,
+         "switch",
+         "interval of 0 seconds (more than 0, at most 16383.75)"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);

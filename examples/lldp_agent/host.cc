@@ -28,8 +28,9 @@ bool parse_port(const std::string& text, Usp& port)
 {
     std::size_t at = 0;
     unsigned int unit = 0, slot = 0, number = 0;
-    if (!take_number(text, at, unit) || at >= text.size() || text[at++] != '/' || !take_number(text, at, slot) ||
-        at >= text.size() || text[at++] != '/' || !take_number(text, at, number) || at != text.size())
+    if (!take_number(text, at, unit) || at >= text.size() || text[at++] != '/' ||
+        !take_number(text, at, slot) || at >= text.size() || text[at++] != '/' ||
+        !take_number(text, at, number) || at != text.size())
         return false;
     port = Usp(unit, slot, number);
     return true;
@@ -44,7 +45,8 @@ bool parse_binding(const std::string& text, PortBinding& binding, std::string& e
         return refused(error, "\"" + text + "\" is not PORT=tap:NAME[@NETNS] or PORT=dev:NAME");
     PortBinding parsed;
     const std::string port = text.substr(0, equals);
-    if (!parse_port(port, parsed.port)) return refused(error, "\"" + port + "\" is not a port (UNIT/SLOT/PORT)");
+    if (!parse_port(port, parsed.port))
+        return refused(error, "\"" + port + "\" is not a port (UNIT/SLOT/PORT)");
     const std::string where = text.substr(equals + 1);
     const std::string kind = where.substr(0, where.find(':'));
     if ((kind != "tap" && kind != "dev") || kind.size() == where.size())
@@ -53,10 +55,13 @@ bool parse_binding(const std::string& text, PortBinding& binding, std::string& e
     parsed.name = where.substr(kind.size() + 1);
     const std::size_t at = parsed.name.find('@');
     if (at != std::string::npos) {
-        if (!parsed.tap) return refused(error, "\"" + where + "\": only a TAP is created in a network namespace");
+        if (!parsed.tap)
+            return refused(error,
+                           "\"" + where + "\": only a TAP is created in a network namespace");
         parsed.netns = parsed.name.substr(at + 1);
         parsed.name.resize(at);
-        if (parsed.netns.empty()) return refused(error, "\"" + where + "\" names no network namespace after @");
+        if (parsed.netns.empty())
+            return refused(error, "\"" + where + "\" names no network namespace after @");
     }
     if (parsed.name.empty()) return refused(error, "\"" + where + "\" names no interface");
     binding = parsed;
@@ -79,8 +84,14 @@ bool bind_ports(const std::vector<PortBinding>& bindings, std::string& error)
     return true;
 }
 
-bool serve(double seconds) { return vorn_sim::serve(seconds); }
+bool serve(double seconds)
+{
+    return vorn_sim::serve(seconds);
+}
 
-void stop() { vorn_sim::stop_serving(); }
+void stop()
+{
+    vorn_sim::stop_serving();
+}
 
 }  // namespace lldp_host

@@ -30,7 +30,8 @@ public:
     }
 
     // A chassis or port ID's value: the subtype, then the bytes.
-    static std::vector<unsigned char> id(unsigned char subtype, const unsigned char* bytes, std::size_t size)
+    static std::vector<unsigned char> id(unsigned char subtype, const unsigned char* bytes,
+                                         std::size_t size)
     {
         std::vector<unsigned char> value = {subtype};
         value.insert(value.end(), bytes, bytes + size);
@@ -80,10 +81,12 @@ private:
 // ID, the interface name as the port description, then the TLVs this agent
 // does not read (system description, capabilities, management address, an
 // IEEE 802.3 TLV).
-inline std::vector<unsigned char> lldpd_frame(const std::string& system_name, unsigned int ttl, bool pad = true,
+inline std::vector<unsigned char> lldpd_frame(const std::string& system_name, unsigned int ttl,
+                                              bool pad = true,
                                               const unsigned char* chassis = peer_chassis)
 {
-    const std::string description = "Debian GNU/Linux 12 (bookworm) Linux 6.1.0-13-amd64 #1 SMP x86_64";
+    const std::string description =
+        "Debian GNU/Linux 12 (bookworm) Linux 6.1.0-13-amd64 #1 SMP x86_64";
     return Frame()
         .tlvs({tlv(1, Frame::id(4, chassis, 6)), tlv(2, Frame::id(3, peer_port_mac, 6)),
                tlv(3, {static_cast<unsigned char>(ttl >> 8), static_cast<unsigned char>(ttl)}),

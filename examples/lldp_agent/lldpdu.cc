@@ -21,8 +21,8 @@ enum TlvType : unsigned int {
 
 const char* tlv_name(unsigned int type)
 {
-    static const char* const names[] = {"End", "Chassis ID", "Port ID", "Time To Live", "Port Description",
-                                        "System Name"};
+    static const char* const names[] = {"End",          "Chassis ID",       "Port ID",
+                                        "Time To Live", "Port Description", "System Name"};
     return type < sizeof names / sizeof names[0] ? names[type] : "unknown";
 }
 
@@ -40,7 +40,10 @@ void put_u16(std::vector<unsigned char>& out, unsigned int value)
     out.push_back(static_cast<unsigned char>(value));
 }
 
-unsigned int get_u16(const unsigned char* p) { return static_cast<unsigned int>(p[0]) << 8 | p[1]; }
+unsigned int get_u16(const unsigned char* p)
+{
+    return static_cast<unsigned int>(p[0]) << 8 | p[1];
+}
 
 void put_tlv_header(std::vector<unsigned char>& out, unsigned int type, std::size_t length)
 {
@@ -49,9 +52,11 @@ void put_tlv_header(std::vector<unsigned char>& out, unsigned int type, std::siz
 
 bool put_id(std::vector<unsigned char>& out, unsigned int type, const Id& id, std::string& error)
 {
-    if (id.subtype == 0 || id.subtype > id_subtype_max || id.value.empty() || id.value.size() > id_value_max) {
+    if (id.subtype == 0 || id.subtype > id_subtype_max || id.value.empty() ||
+        id.value.size() > id_value_max) {
         char text[96];
-        std::snprintf(text, sizeof text, "%s of subtype %u and %zu bytes (subtype 1 to 7, 1 to 255 bytes)",
+        std::snprintf(text, sizeof text,
+                      "%s of subtype %u and %zu bytes (subtype 1 to 7, 1 to 255 bytes)",
                       tlv_name(type), id.subtype, id.value.size());
         error = text;
         return false;
@@ -62,11 +67,13 @@ bool put_id(std::vector<unsigned char>& out, unsigned int type, const Id& id, st
     return true;
 }
 
-bool put_text(std::vector<unsigned char>& out, unsigned int type, const std::string& text, std::string& error)
+bool put_text(std::vector<unsigned char>& out, unsigned int type, const std::string& text,
+              std::string& error)
 {
     if (text.empty()) return true;
     if (text.size() > text_max) {
-        error = std::string(tlv_name(type)) + " of " + std::to_string(text.size()) + " bytes (at most 255)";
+        error = std::string(tlv_name(type)) + " of " + std::to_string(text.size()) +
+                " bytes (at most 255)";
         return false;
     }
     put_tlv_header(out, type, text.size());
@@ -81,7 +88,8 @@ bool malformed(std::string& error, const std::string& why)
     return false;
 }
 
-bool read_id(const unsigned char* value, std::size_t length, unsigned int type, Id& id, std::string& error)
+bool read_id(const unsigned char* value, std::size_t length, unsigned int type, Id& id,
+             std::string& error)
 {
     const std::string name = tlv_name(type);
     if (length < 2 || length > 1 + id_value_max)
@@ -90,9 +98,11 @@ bool read_id(const unsigned char* value, std::size_t length, unsigned int type, 
     id.value.assign(value + 1, value + length);
     if (id.subtype == 0 || id.subtype > id_subtype_max)
         return malformed(error, name + " subtype " + std::to_string(id.subtype) + " is reserved");
-    const bool mac = id.subtype == (type == chassis_id_tlv ? chassis_mac_address : port_mac_address);
+    const bool mac =
+        id.subtype == (type == chassis_id_tlv ? chassis_mac_address : port_mac_address);
     if (mac && id.value.size() != 6)
-        return malformed(error, name + " is a MAC address of " + std::to_string(id.value.size()) + " bytes");
+        return malformed(
+            error, name + " is a MAC address of " + std::to_string(id.value.size()) + " bytes");
     return true;
 }
 
@@ -109,46 +119,51 @@ bool read_tlvs(const unsigned char* p, const unsigned char* end, Lldpdu& lldpdu,
         const std::size_t length = get_u16(p) & tlv_length_max;
         p += 2;
         if (length > static_cast<std::size_t>(end - p))
-            return malformed(error, std::string(tlv_name(type)) + " TLV (type " + std::to_string(type) +
-                                        ") of length " + std::to_string(length) + " runs past the frame (" +
+            return malformed(error, std::string(tlv_name(type)) + " TLV (type " +
+                                        std::to_string(type) + ") of length " +
+                                        std::to_string(length) + " runs past the frame (" +
                                         std::to_string(end - p) + " bytes left)");
         const unsigned char* value = p;
         p += length;
         if (index < 3 && type != mandatory[index])
-            return malformed(error, "TLV " + std::to_string(index + 1) + " is " + tlv_name(type) + " (type " +
-                                        std::to_string(type) + "), not " + tlv_name(mandatory[index]));
+            return malformed(error, "TLV " + std::to_string(index + 1) + " is " + tlv_name(type) +
+                                        " (type " + std::to_string(type) + "), not " +
+                                        tlv_name(mandatory[index]));
         if (type <= system_name_tlv && seen[type])
             return malformed(error, std::string("a second ") + tlv_name(type) + " TLV");
         if (type <= system_name_tlv) seen[type] = true;
         switch (type) {
-        case end_tlv:
-            return length == 0 || malformed(error, "End TLV of length " + std::to_string(length));
-        case chassis_id_tlv:
-            if (!read_id(value, length, type, lldpdu.chassis, error)) return false;
-            break;
-        case port_id_tlv:
-            if (!read_id(value, length, type, lldpdu.port, error)) return false;
-            break;
-        case ttl_tlv:
-            if (length != 2)
-                return malformed(error, "Time To Live TLV of length " + std::to_string(length) + " (must be 2)");
-            lldpdu.ttl = get_u16(value);
-            break;
-        case port_description_tlv:
-            lldpdu.port_description.assign(value, value + length);
-            break;
-        case system_name_tlv:
-            lldpdu.system_name.assign(value, value + length);
-            break;
-        default:
-            break;
+            case end_tlv:
+                return length == 0 ||
+                       malformed(error, "End TLV of length " + std::to_string(length));
+            case chassis_id_tlv:
+                if (!read_id(value, length, type, lldpdu.chassis, error)) return false;
+                break;
+            case port_id_tlv:
+                if (!read_id(value, length, type, lldpdu.port, error)) return false;
+                break;
+            case ttl_tlv:
+                if (length != 2)
+                    return malformed(error, "Time To Live TLV of length " + std::to_string(length) +
+                                                " (must be 2)");
+                lldpdu.ttl = get_u16(value);
+                break;
+            case port_description_tlv:
+                lldpdu.port_description.assign(value, value + length);
+                break;
+            case system_name_tlv:
+                lldpdu.system_name.assign(value, value + length);
+                break;
+            default:
+                break;
         }
     }
 }
 
 bool printable(const std::vector<unsigned char>& bytes)
 {
-    return std::all_of(bytes.begin(), bytes.end(), [](unsigned char c) { return c >= 0x20 && c < 0x7f; });
+    return std::all_of(bytes.begin(), bytes.end(),
+                       [](unsigned char c) { return c >= 0x20 && c < 0x7f; });
 }
 
 std::string joined_hex(const std::vector<unsigned char>& bytes)
@@ -164,9 +179,18 @@ std::string joined_hex(const std::vector<unsigned char>& bytes)
 
 }  // namespace
 
-bool operator==(const Id& a, const Id& b) { return a.subtype == b.subtype && a.value == b.value; }
-bool operator!=(const Id& a, const Id& b) { return !(a == b); }
-bool operator<(const Id& a, const Id& b) { return std::tie(a.subtype, a.value) < std::tie(b.subtype, b.value); }
+bool operator==(const Id& a, const Id& b)
+{
+    return a.subtype == b.subtype && a.value == b.value;
+}
+bool operator!=(const Id& a, const Id& b)
+{
+    return !(a == b);
+}
+bool operator<(const Id& a, const Id& b)
+{
+    return std::tie(a.subtype, a.value) < std::tie(b.subtype, b.value);
+}
 
 Id mac_id(unsigned char subtype, const unsigned char* mac)
 {
@@ -184,8 +208,8 @@ Id text_id(unsigned char subtype, const std::string& text)
     return id;
 }
 
-bool encode_frame(const unsigned char* source, const Lldpdu& lldpdu, std::vector<unsigned char>& frame,
-                  std::string& error)
+bool encode_frame(const unsigned char* source, const Lldpdu& lldpdu,
+                  std::vector<unsigned char>& frame, std::string& error)
 {
     std::vector<unsigned char> out(nearest_bridge, nearest_bridge + 6);
     out.insert(out.end(), source, source + 6);
@@ -194,7 +218,8 @@ bool encode_frame(const unsigned char* source, const Lldpdu& lldpdu, std::vector
         error = "Time To Live of " + std::to_string(lldpdu.ttl) + " seconds (at most 65535)";
         return false;
     }
-    if (!put_id(out, chassis_id_tlv, lldpdu.chassis, error) || !put_id(out, port_id_tlv, lldpdu.port, error))
+    if (!put_id(out, chassis_id_tlv, lldpdu.chassis, error) ||
+        !put_id(out, port_id_tlv, lldpdu.port, error))
         return false;
     put_tlv_header(out, ttl_tlv, 2);
     put_u16(out, lldpdu.ttl);
@@ -207,7 +232,8 @@ bool encode_frame(const unsigned char* source, const Lldpdu& lldpdu, std::vector
     return true;
 }
 
-Decoded decode_frame(const unsigned char* frame, std::size_t size, Lldpdu& lldpdu, std::string& error)
+Decoded decode_frame(const unsigned char* frame, std::size_t size, Lldpdu& lldpdu,
+                     std::string& error)
 {
     if (size < ethernet_header) return Decoded::not_lldp;
     std::size_t offset = 12;

@@ -43,8 +43,8 @@ struct Lldpdu {
 
 // The frame that carries `lldpdu` from `source`, padded to the Ethernet
 // minimum; false, naming the field, when a value does not fit its TLV.
-bool encode_frame(const unsigned char* source, const Lldpdu& lldpdu, std::vector<unsigned char>& frame,
-                  std::string& error);
+bool encode_frame(const unsigned char* source, const Lldpdu& lldpdu,
+                  std::vector<unsigned char>& frame, std::string& error);
 
 enum class Decoded {
     not_lldp,   // another ethertype, or shorter than an Ethernet header
@@ -53,7 +53,8 @@ enum class Decoded {
 };
 // Reads a frame as received (one or two VLAN tags are skipped).  TLVs this
 // agent does not use are stepped over.
-Decoded decode_frame(const unsigned char* frame, std::size_t size, Lldpdu& lldpdu, std::string& error);
+Decoded decode_frame(const unsigned char* frame, std::size_t size, Lldpdu& lldpdu,
+                     std::string& error);
 
 // An ID as people read it: a MAC address as aa:bb:cc:dd:ee:ff, printable
 // text in double quotes, anything else as hex bytes.

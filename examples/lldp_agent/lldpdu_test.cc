@@ -40,8 +40,8 @@ TEST(Lldpdu, WhatIsSentReadsBackPaddedToTheEthernetMinimum)
     ASSERT_TRUE(lldp::encode_frame(card_mac, agent_lldpdu(), frame, error)) << error;
     ASSERT_EQ(frame.size(), 60u);
     EXPECT_EQ(std::vector<unsigned char>(frame.begin(), frame.begin() + 14),
-              (std::vector<unsigned char>{0x01, 0x80, 0xc2, 0x00, 0x00, 0x0e, 0x02, 0x00, 0x00, 0x00, 0x00, 0x01,
-                                          0x88, 0xcc}));
+              (std::vector<unsigned char>{0x01, 0x80, 0xc2, 0x00, 0x00, 0x0e, 0x02, 0x00, 0x00,
+                                          0x00, 0x00, 0x01, 0x88, 0xcc}));
     // Chassis ID TLV: type 1, length 7, subtype 4, the MAC.
     EXPECT_EQ(std::vector<unsigned char>(frame.begin() + 14, frame.begin() + 23),
               (std::vector<unsigned char>{0x02, 0x07, 0x04, 0x02, 0x00, 0x00, 0x00, 0x00, 0x01}));
@@ -87,7 +87,8 @@ TEST(Lldpdu, EncodingRefusesWhatDoesNotFitItsTlv)
          "Chassis ID of subtype 0 and 6 bytes (subtype 1 to 7, 1 to 255 bytes)"},
         {"system name of 256 bytes", [](lldp::Lldpdu& l) { l.system_name.assign(256, 's'); },
          "System Name of 256 bytes (at most 255)"},
-        {"port description of 300 bytes", [](lldp::Lldpdu& l) { l.port_description.assign(300, 'd'); },
+        {"port description of 300 bytes",
+         [](lldp::Lldpdu& l) { l.port_description.assign(300, 'd'); },
          "Port Description of 300 bytes (at most 255)"},
         {"time to live of 65536", [](lldp::Lldpdu& l) { l.ttl = 65536; },
          "Time To Live of 65536 seconds (at most 65535)"},
@@ -117,53 +118,73 @@ TEST(Lldpdu, DecodingNamesEveryBrokenRule)
     const std::vector<unsigned char> port = lldp_test::tlv(2, Frame::id(5, "veth1"));
     const std::vector<unsigned char> ttl = lldp_test::tlv(3, {0x00, 0x78});
     const Case cases[] = {
-        {"lldpd's shape: optional and unknown TLVs stepped over", lldp_test::lldpd_frame("peer", 120),
-         Decoded::lldpdu, ""},
+        {"lldpd's shape: optional and unknown TLVs stepped over",
+         lldp_test::lldpd_frame("peer", 120), Decoded::lldpdu, ""},
         {"behind a VLAN tag", Frame().tag(0x8100, 10).tlvs({chassis, port, ttl}).end_tlv().bytes(),
          Decoded::lldpdu, ""},
-        {"behind two tags", Frame().tag(0x88a8, 20).tag(0x8100, 10).tlvs({chassis, port, ttl}).end_tlv().bytes(),
+        {"behind two tags",
+         Frame().tag(0x88a8, 20).tag(0x8100, 10).tlvs({chassis, port, ttl}).end_tlv().bytes(),
          Decoded::lldpdu, ""},
-        {"another ethertype", Frame(0x0800).tlvs({chassis, port, ttl}).end_tlv().bytes(), Decoded::not_lldp,
+        {"another ethertype", Frame(0x0800).tlvs({chassis, port, ttl}).end_tlv().bytes(),
+         Decoded::not_lldp, ""},
+        {"shorter than an Ethernet header", std::vector<unsigned char>(13, 0), Decoded::not_lldp,
          ""},
-        {"shorter than an Ethernet header", std::vector<unsigned char>(13, 0), Decoded::not_lldp, ""},
         {"no TLV at all", Frame().bytes(), Decoded::malformed, "no End TLV"},
-        {"ends after the time to live", Frame().tlvs({chassis, port, ttl}).bytes(), Decoded::malformed,
-         "no End TLV"},
-        {"a TLV header cut short", Frame().tlvs({chassis, port, ttl}).raw({0x00}).bytes(), Decoded::malformed,
-         "a TLV header cut short (1 byte)"},
-        {"a TLV longer than the frame", Frame().raw({0x02, 0xff, 0x04, 0x52}).bytes(), Decoded::malformed,
+        {"ends after the time to live", Frame().tlvs({chassis, port, ttl}).bytes(),
+         Decoded::malformed, "no End TLV"},
+        {"a TLV header cut short", Frame().tlvs({chassis, port, ttl}).raw({0x00}).bytes(),
+         Decoded::malformed, "a TLV header cut short (1 byte)"},
+        {"a TLV longer than the frame", Frame().raw({0x02, 0xff, 0x04, 0x52}).bytes(),
+         Decoded::malformed,
          "Chassis ID TLV (type 1) of length 255 runs past the frame (2 bytes left)"},
         {"port ID first", Frame().tlvs({port, chassis, ttl}).end_tlv().bytes(), Decoded::malformed,
          "TLV 1 is Port ID (type 2), not Chassis ID"},
-        {"time to live missing", Frame().tlvs({chassis, port}).end_tlv().bytes(), Decoded::malformed,
-         "TLV 3 is End (type 0), not Time To Live"},
-        {"an unknown TLV among the mandatory ones", Frame().tlvs({chassis, lldp_test::tlv(8, {1}), port, ttl})
-                                                        .end_tlv().bytes(),
+        {"time to live missing", Frame().tlvs({chassis, port}).end_tlv().bytes(),
+         Decoded::malformed, "TLV 3 is End (type 0), not Time To Live"},
+        {"an unknown TLV among the mandatory ones",
+         Frame().tlvs({chassis, lldp_test::tlv(8, {1}), port, ttl}).end_tlv().bytes(),
          Decoded::malformed, "TLV 2 is unknown (type 8), not Port ID"},
-        {"chassis ID of length 1", Frame().tlvs({lldp_test::tlv(1, {4}), port, ttl}).end_tlv().bytes(),
-         Decoded::malformed, "Chassis ID TLV of length 1 (2 to 256)"},
+        {"chassis ID of length 1",
+         Frame().tlvs({lldp_test::tlv(1, {4}), port, ttl}).end_tlv().bytes(), Decoded::malformed,
+         "Chassis ID TLV of length 1 (2 to 256)"},
         {"port ID of length 257",
-         Frame().tlvs({chassis, lldp_test::tlv(2, std::vector<unsigned char>(257, 'p')), ttl}).end_tlv().bytes(),
+         Frame()
+             .tlvs({chassis, lldp_test::tlv(2, std::vector<unsigned char>(257, 'p')), ttl})
+             .end_tlv()
+             .bytes(),
          Decoded::malformed, "Port ID TLV of length 257 (2 to 256)"},
-        {"reserved chassis subtype", Frame().tlvs({lldp_test::tlv(1, {0, 'x'}), port, ttl}).end_tlv().bytes(),
+        {"reserved chassis subtype",
+         Frame().tlvs({lldp_test::tlv(1, {0, 'x'}), port, ttl}).end_tlv().bytes(),
          Decoded::malformed, "Chassis ID subtype 0 is reserved"},
-        {"reserved port subtype", Frame().tlvs({chassis, lldp_test::tlv(2, {8, 'x'}), ttl}).end_tlv().bytes(),
+        {"reserved port subtype",
+         Frame().tlvs({chassis, lldp_test::tlv(2, {8, 'x'}), ttl}).end_tlv().bytes(),
          Decoded::malformed, "Port ID subtype 8 is reserved"},
-        {"chassis MAC of 5 bytes", Frame().tlvs({lldp_test::tlv(1, Frame::id(4, peer_chassis, 5)), port, ttl})
-                                       .end_tlv().bytes(),
+        {"chassis MAC of 5 bytes",
+         Frame()
+             .tlvs({lldp_test::tlv(1, Frame::id(4, peer_chassis, 5)), port, ttl})
+             .end_tlv()
+             .bytes(),
          Decoded::malformed, "Chassis ID is a MAC address of 5 bytes"},
-        {"port MAC of 7 bytes", Frame().tlvs({chassis, lldp_test::tlv(2, {3, 1, 2, 3, 4, 5, 6, 7}), ttl})
-                                    .end_tlv().bytes(),
+        {"port MAC of 7 bytes",
+         Frame()
+             .tlvs({chassis, lldp_test::tlv(2, {3, 1, 2, 3, 4, 5, 6, 7}), ttl})
+             .end_tlv()
+             .bytes(),
          Decoded::malformed, "Port ID is a MAC address of 7 bytes"},
-        {"time to live of 3 bytes", Frame().tlvs({chassis, port, lldp_test::tlv(3, {0, 0, 120})}).end_tlv().bytes(),
+        {"time to live of 3 bytes",
+         Frame().tlvs({chassis, port, lldp_test::tlv(3, {0, 0, 120})}).end_tlv().bytes(),
          Decoded::malformed, "Time To Live TLV of length 3 (must be 2)"},
         {"two system names",
-         Frame().tlvs({chassis, port, ttl, lldp_test::tlv(5, {'a'}), lldp_test::tlv(5, {'b'})}).end_tlv().bytes(),
+         Frame()
+             .tlvs({chassis, port, ttl, lldp_test::tlv(5, {'a'}), lldp_test::tlv(5, {'b'})})
+             .end_tlv()
+             .bytes(),
          Decoded::malformed, "a second System Name TLV"},
-        {"a second chassis ID", Frame().tlvs({chassis, port, ttl, chassis}).end_tlv().bytes(), Decoded::malformed,
-         "a second Chassis ID TLV"},
-        {"End TLV with a value", Frame().tlvs({chassis, port, ttl, lldp_test::tlv(0, {0, 0})}).bytes(),
-         Decoded::malformed, "End TLV of length 2"},
+        {"a second chassis ID", Frame().tlvs({chassis, port, ttl, chassis}).end_tlv().bytes(),
+         Decoded::malformed, "a second Chassis ID TLV"},
+        {"End TLV with a value",
+         Frame().tlvs({chassis, port, ttl, lldp_test::tlv(0, {0, 0})}).bytes(), Decoded::malformed,
+         "End TLV of length 2"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -173,7 +194,8 @@ TEST(Lldpdu, DecodingNamesEveryBrokenRule)
         EXPECT_EQ(decode(c.frame, lldpdu, error), c.expected);
         if (c.expected == Decoded::malformed) {
             EXPECT_EQ(error, c.error);
-            EXPECT_EQ(lldpdu.system_name, "untouched") << "nothing is written from a malformed LLDPDU";
+            EXPECT_EQ(lldpdu.system_name, "untouched")
+                << "nothing is written from a malformed LLDPDU";
         }
         if (c.expected == Decoded::lldpdu) {
             EXPECT_EQ(lldp::format_id(lldpdu.chassis, true), "52:54:00:12:34:56");
@@ -212,19 +234,19 @@ TEST(Lldpdu, EveryCorruptedByteIsReadWithinTheFrame)
             lldp::Lldpdu lldpdu;
             std::string error;
             switch (lldp::decode_frame(frame.get(), whole.size(), lldpdu, error)) {
-            case Decoded::lldpdu:
-                ++accepted;
-                EXPECT_FALSE(lldpdu.chassis.value.empty()) << at;
-                EXPECT_FALSE(lldpdu.port.value.empty()) << at;
-                EXPECT_LE(lldpdu.system_name.size(), whole.size()) << at;
-                break;
-            case Decoded::malformed:
-                ++refused;
-                EXPECT_FALSE(error.empty()) << at;
-                break;
-            case Decoded::not_lldp:
-                EXPECT_LT(at, 14u) << "only the ethertype decides that";
-                break;
+                case Decoded::lldpdu:
+                    ++accepted;
+                    EXPECT_FALSE(lldpdu.chassis.value.empty()) << at;
+                    EXPECT_FALSE(lldpdu.port.value.empty()) << at;
+                    EXPECT_LE(lldpdu.system_name.size(), whole.size()) << at;
+                    break;
+                case Decoded::malformed:
+                    ++refused;
+                    EXPECT_FALSE(error.empty()) << at;
+                    break;
+                case Decoded::not_lldp:
+                    EXPECT_LT(at, 14u) << "only the ethertype decides that";
+                    break;
             }
         }
     EXPECT_GT(accepted, 0u);

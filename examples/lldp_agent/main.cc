@@ -48,15 +48,16 @@ std::string number_text(double value)
     return text;
 }
 
-bool parse_seconds(const std::string& option, const std::string& text, double low, double high, bool low_open,
-                   double& seconds, std::string& error)
+bool parse_seconds(const std::string& option, const std::string& text, double low, double high,
+                   bool low_open, double& seconds, std::string& error)
 {
     char* end = nullptr;
     const double value = std::strtod(text.c_str(), &end);
     const bool in_range = low_open ? value > low : value >= low;
     if (text.empty() || *end != '\0' || !(in_range && value <= high))
-        return refused(error, option + " \"" + text + "\": seconds " + (low_open ? "above " : "from ") +
-                                  number_text(low) + " to " + number_text(high));
+        return refused(error, option + " \"" + text + "\": seconds " +
+                                  (low_open ? "above " : "from ") + number_text(low) + " to " +
+                                  number_text(high));
     seconds = value;
     return true;
 }
@@ -65,10 +66,11 @@ bool parse_mac(const std::string& text, unsigned char* mac, std::string& error)
 {
     unsigned int bytes[6];
     char tail = 0;
-    if (std::sscanf(text.c_str(), "%2x:%2x:%2x:%2x:%2x:%2x%c", &bytes[0], &bytes[1], &bytes[2], &bytes[3],
-                    &bytes[4], &bytes[5], &tail) != 6 ||
+    if (std::sscanf(text.c_str(), "%2x:%2x:%2x:%2x:%2x:%2x%c", &bytes[0], &bytes[1], &bytes[2],
+                    &bytes[3], &bytes[4], &bytes[5], &tail) != 6 ||
         text.size() != 17)
-        return refused(error, "--chassis-mac \"" + text + "\" is not a MAC address (aa:bb:cc:dd:ee:ff)");
+        return refused(error,
+                       "--chassis-mac \"" + text + "\" is not a MAC address (aa:bb:cc:dd:ee:ff)");
     for (int i = 0; i < 6; ++i) mac[i] = static_cast<unsigned char>(bytes[i]);
     return true;
 }
@@ -92,13 +94,16 @@ bool parse_arguments(int argc, char** argv, Options& options, std::string& error
         if (i + 1 == argc) return refused(error, argument + " needs a value");
         const std::string value = argv[++i];
         if (argument == "--interval") {
-            if (!parse_seconds(argument, value, 0, lldp::interval_max, true, options.agent.interval, error))
+            if (!parse_seconds(argument, value, 0, lldp::interval_max, true, options.agent.interval,
+                               error))
                 return false;
         } else if (argument == "--duration") {
-            if (!parse_seconds(argument, value, 0, 1e9, false, options.duration, error)) return false;
+            if (!parse_seconds(argument, value, 0, 1e9, false, options.duration, error))
+                return false;
         } else if (argument == "--system-name") {
             if (value.empty() || value.size() > 255)
-                return refused(error, "--system-name of " + std::to_string(value.size()) + " bytes (1 to 255)");
+                return refused(error, "--system-name of " + std::to_string(value.size()) +
+                                          " bytes (1 to 255)");
             options.agent.system_name = value;
         } else if (argument == "--chassis-mac") {
             if (!parse_mac(value, options.agent.chassis_mac, error)) return false;
@@ -111,7 +116,10 @@ bool parse_arguments(int argc, char** argv, Options& options, std::string& error
     return true;
 }
 
-void on_signal(int) { lldp_host::stop(); }
+void on_signal(int)
+{
+    lldp_host::stop();
+}
 
 int fail(const std::string& error)
 {
