@@ -111,8 +111,11 @@ public:
     // a card reset after it closes them at once.
     bool run(double seconds)
     {
+        if (serving_) return refuse("serve", "already serving (serve() called from a callback of serve())");
+        serving_ = true;
         const bool result = loop(seconds);
         ports_.clear();
+        serving_ = false;
         return result;
     }
 
@@ -129,6 +132,7 @@ private:
     const SwitchModel* model_ = nullptr;
     Clock::time_point last_;
     Clock::duration carry_ = Clock::duration::zero();  // time not yet on the card's clock
+    bool serving_ = false;
 };
 
 void ServeLoop::rebuild()
@@ -201,9 +205,8 @@ bool ServeLoop::loop(double seconds)
         }
         const int ready = ::poll(fds_.data(), fds_.size(), timeout_ms(deadline, forever));
         if (ready < 0 && errno != EINTR) return refuse("serve", "poll: ", std::strerror(errno));
-        if (ready <= 0) continue;
-        if (fds_[0].revents) drain_wake();
-        for (std::size_t i = 0; i < ports_.size() && host().model.get() == model_; ++i)
+        if (ready > 0 && fds_[0].revents) drain_wake();
+        for (std::size_t i = 0; ready > 0 && i < ports_.size() && host().model.get() == model_; ++i)
             handle(i, fds_[1 + 2 * i].revents, fds_[2 + 2 * i].revents);
         if (round_hook) round_hook(round_context);
     }

@@ -41,9 +41,8 @@ InNamespace::InNamespace(const std::string& name)
     }
 }
 
-// Going back cannot fail where coming in succeeded, short of the kernel
-// taking the privilege away in between; the thread would then stay in the
-// namespace, which is what it asked for last.
+// The way back is to the namespace the thread came from, which the
+// privilege that let it leave lets it re-enter.
 InNamespace::~InNamespace()
 {
     if (original_) (void)::setns(original_.get(), CLONE_NEWNET);

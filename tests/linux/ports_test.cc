@@ -613,6 +613,21 @@ TEST_F(Card, ServeRunsItsTimeOrStopsWhenAsked)
     // The stop wakes the loop: it does not wait for the clock's next second.
     EXPECT_LT(std::chrono::duration<double>(Clock::now() - stopped).count(), 0.8);
 
+    // Each round is reported, and serving cannot begin again inside it.
+    static int rounds = 0;
+    static bool nested = true;
+    vorn_sim::on_serve_round(
+        [](void*) {
+            ++rounds;
+            nested = nested && vorn_sim::serve(0.01);
+        },
+        nullptr);
+    EXPECT_TRUE(vorn_sim::serve(1.5));
+    vorn_sim::on_serve_round(nullptr, nullptr);
+    EXPECT_GE(rounds, 1) << "the clock's tick is a round";
+    EXPECT_FALSE(nested);
+    EXPECT_NE(vorn_sim::last_refusal().reason.find("already serving"), std::string::npos);
+
     vorn_sim::stop_serving();  // asked before: the next serve ends at once
     EXPECT_FALSE(vorn_sim::serve(30));
     EXPECT_TRUE(vorn_sim::serve(0.01)) << "a stop ends one serve only";
