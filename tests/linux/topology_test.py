@@ -107,7 +107,9 @@ class Bridging(CardCase):
         topology_peer.send("access", "a1", [outward])
         seen = topology_peer.sniffed(sniffer)
         self.assertEqual(len(seen), 1)
-        self.assertEqual(s.Ether(seen[0])[s.Dot1Q].vlan, 10)
+        received = s.Ether(seen[0])
+        self.assertIn(s.Dot1Q, received, "no 802.1Q tag on the trunk: %s" % received.summary())
+        self.assertEqual(received[s.Dot1Q].vlan, 10)
         self.assertEqual(untag(seen[0]), outward)
 
 
