@@ -287,9 +287,16 @@ void card(benchmark::State& state, const char* name, const std::vector<unsigned 
     guarded(state, [&] {
         static const bool configured = (configure_card(), true);
         (void)configured;
-        {
+        const unsigned long refusals = vorn_sim::refusal_count();
+        try {
             Serving serving;
             measure(state, name, "cardA", "cardB", frame, serving.cpu());
+        } catch (const std::runtime_error& error) {
+            // serve() may have given up first, and said why.
+            if (vorn_sim::refusal_count() == refusals) throw;
+            const vorn_sim::Refusal& refusal = vorn_sim::last_refusal();
+            throw std::runtime_error(std::string(error.what()) + "; the card refused " +
+                                     refusal.operation + ": " + refusal.reason);
         }
         // By rate, and by CPU time per frame: the latter holds up better on a
         // machine that other work shares.
@@ -298,8 +305,10 @@ void card(benchmark::State& state, const char* name, const std::vector<unsigned 
             if (!measured().count(reference)) continue;
             const Figures& other = measured()[reference];
             state.counters[std::string("card/") + reference] = card.rate / other.rate;
-            state.counters[std::string("card/") + reference + "(cpu)"] =
-                other.ns_per_frame / card.ns_per_frame;
+            // The kernel counts CPU time in ticks: none yet on a short run.
+            if (card.ns_per_frame > 0)
+                state.counters[std::string("card/") + reference + "(cpu)"] =
+                    other.ns_per_frame / card.ns_per_frame;
         }
     });
 }
