@@ -72,7 +72,7 @@ class Bridging(CardCase):
         self.net.namespace("h2")
         self.net.veth("c2", "h2e", "h2")
         host("h2", "h2e", H2, "10.0.10.2/24")
-        card = self.card(["vlan create 10,20", "vlan add 10 - 1/1/1-2", "port 1/1/1-2 pvid 10",
+        card = self.card(["vlan create 10", "vlan add 10 - 1/1/1-2", "port 1/1/1-2 pvid 10",
                           "attach 1/1/1 tap h1t netns h1", "attach 1/1/2 dev c2"],
                          after=["show fdb"])
         host("h1", "h1t", H1, "10.0.10.1/24")
@@ -89,9 +89,9 @@ class Bridging(CardCase):
         host("trunk", "t2", FAR)
         # VLAN 10 reaches the access port; VLAN 20, on the trunk too, goes to
         # 1/1/3 (in memory) only.
-        self.card(["vlan create 10,20", "vlan add 10 1/1/2 1/1/1", "vlan add 20 1/1/2 1/1/3",
-                   "port 1/1/1 pvid 10", "port 1/1/3 pvid 20",
-                   "attach 1/1/1 tap a1 netns access", "attach 1/1/2 dev c2"])
+        card = self.card(["vlan create 10,20", "vlan add 10 1/1/2 1/1/1", "vlan add 20 1/1/2 1/1/3",
+                          "port 1/1/1 pvid 10", "port 1/1/3 pvid 20",
+                          "attach 1/1/1 tap a1 netns access", "attach 1/1/2 dev c2"])
         host("access", "a1", H1)
         payload = s.IP(src="10.0.10.9", dst="10.0.10.1") / s.UDP(sport=5000, dport=7) / (b"v" * 64)
 
@@ -111,6 +111,7 @@ class Bridging(CardCase):
         self.assertIn(s.Dot1Q, received, "no 802.1Q tag on the trunk: %s" % received.summary())
         self.assertEqual(received[s.Dot1Q].vlan, 10)
         self.assertEqual(untag(seen[0]), outward)
+        card.stop()
 
 
 class Routing(CardCase):
@@ -119,15 +120,15 @@ class Routing(CardCase):
         self.net.namespace("h2")
         self.net.veth("c1", "h1e", "h1")
         host("h1", "h1e", H1, "10.0.10.2/24")
-        self.card(["vlan create 10,20", "vlan add 10 - 1/1/1", "vlan add 20 - 1/1/2",
-                   "port 1/1/1 pvid 10", "port 1/1/2 pvid 20",
-                   "create_l3_interface_with_id %s 10 1 off" % ROUTER10,
-                   "create_l3_interface_with_id %s 20 2 off" % ROUTER20,
-                   "l3 host add 10.0.10.2 1/1/1 %s 1" % H1,
-                   "l3 host add 10.0.20.2 1/1/2 %s 2" % H2,
-                   # h2 answers for 192.0.2.1 too: reached by a route, not a host entry.
-                   "l3 route add 192.0.2.0/24 1/1/2 %s 2 20" % H2,
-                   "attach 1/1/1 dev c1", "attach 1/1/2 tap h2t netns h2"])
+        card = self.card(["vlan create 10,20", "vlan add 10 - 1/1/1", "vlan add 20 - 1/1/2",
+                          "port 1/1/1 pvid 10", "port 1/1/2 pvid 20",
+                          "create_l3_interface_with_id %s 10 1 off" % ROUTER10,
+                          "create_l3_interface_with_id %s 20 2 off" % ROUTER20,
+                          "l3 host add 10.0.10.2 1/1/1 %s 1" % H1,
+                          "l3 host add 10.0.20.2 1/1/2 %s 2" % H2,
+                          # h2 answers for 192.0.2.1 too: reached by a route, not a host entry.
+                          "l3 route add 192.0.2.0/24 1/1/2 %s 2 20" % H2,
+                          "attach 1/1/1 dev c1", "attach 1/1/2 tap h2t netns h2"])
         host("h2", "h2t", H2, "10.0.20.2/24")
         topology_net.run("ip", "-n", "h2", "addr", "add", "192.0.2.1/32", "dev", "lo")
         for netns, interface, router, router_mac in (("h1", "h1e", "10.0.10.1", ROUTER10),
@@ -138,6 +139,7 @@ class Routing(CardCase):
         wait_for_ping("h1", "10.0.20.2")
         wait_for_ping("h1", "192.0.2.1")
         wait_for_ping("h2", "10.0.10.2")
+        card.stop()
 
 
 class Captures(CardCase):
