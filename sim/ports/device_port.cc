@@ -2,7 +2,8 @@
 // packet socket: frames in and out in bursts of system calls.  The kernel
 // takes the outer 802.1Q or 802.1ad tag off what it receives and hands it
 // over as ancillary data; it is put back in front of the type, so the card
-// sees the frame as it was on the wire.
+// sees the frame as it was on the wire.  A checksum the sending side left to
+// the hardware is completed here.
 #include <arpa/inet.h>
 #include <linux/if_ether.h>
 #include <linux/if_packet.h>
@@ -10,7 +11,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <netinet/in.h>
+
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <vector>
 
@@ -23,6 +27,47 @@
 namespace vorn_ports {
 
 namespace {
+
+// A frame whose TCP or UDP checksum the sender left to the hardware (a veth
+// peer offloads it) carries only the pseudo-header's sum in the field; the
+// sum over the segment from its start completes it, as a NIC would.
+std::size_t transport_at(const unsigned char* frame, std::size_t size, unsigned int& protocol)
+{
+    std::size_t at = 12;
+    unsigned int type = 0;
+    for (;;) {
+        if (at + 2 > size) return 0;
+        type = static_cast<unsigned int>(frame[at] << 8 | frame[at + 1]);
+        if (type != ETH_P_8021Q && type != ETH_P_8021AD) break;
+        at += 4;
+    }
+    at += 2;
+    if (type == ETH_P_IP && at + 20 <= size) {
+        protocol = frame[at + 9];
+        return at + static_cast<std::size_t>(frame[at] & 0x0f) * 4;
+    }
+    if (type == ETH_P_IPV6 && at + 40 <= size) {
+        protocol = frame[at + 6];
+        return at + 40;
+    }
+    return 0;
+}
+
+void complete_checksum(unsigned char* frame, std::size_t size)
+{
+    unsigned int protocol = 0;
+    const std::size_t start = transport_at(frame, size, protocol);
+    const std::size_t field = protocol == IPPROTO_TCP ? 16 : protocol == IPPROTO_UDP ? 6 : 0;
+    if (!start || !field || start + field + 2 > size) return;
+    std::uint32_t sum = 0;
+    for (std::size_t i = start; i + 1 < size; i += 2) sum += static_cast<std::uint32_t>(frame[i] << 8 | frame[i + 1]);
+    if ((size - start) & 1) sum += static_cast<std::uint32_t>(frame[size - 1] << 8);
+    while (sum >> 16) sum = (sum & 0xffff) + (sum >> 16);
+    std::uint16_t checksum = static_cast<std::uint16_t>(~sum);
+    if (protocol == IPPROTO_UDP && checksum == 0) checksum = 0xffff;
+    frame[start + field] = static_cast<unsigned char>(checksum >> 8);
+    frame[start + field + 1] = static_cast<unsigned char>(checksum);
+}
 
 // Room for one control message of tpacket_auxdata per frame.
 const std::size_t control_room = CMSG_SPACE(sizeof(struct tpacket_auxdata));
@@ -44,9 +89,10 @@ public:
     void admin_state(bool up) override { (void)link_.set_up(up); }
 
 private:
-    // The frame in slot `slot` as it was on the wire: its tag put back when
-    // the kernel took it off.
-    void restore_tag(std::size_t slot, const struct msghdr& header, std::size_t size);
+    // The frame in slot `slot` as it would be on a wire: its tag put back
+    // when the kernel took it off, its checksum completed when the sender
+    // left it to the hardware.
+    void as_on_wire(std::size_t slot, const struct msghdr& header, std::size_t size);
 
     std::string name_;
     Fd socket_;
@@ -124,21 +170,24 @@ const Burst& DevicePort::receive()
     for (int slot = 0; slot < got; ++slot) {
         const struct msghdr& in = in_headers_[slot].msg_hdr;
         if (in_sources_[slot].sll_pkttype == PACKET_OUTGOING || (in.msg_flags & MSG_TRUNC)) continue;
-        restore_tag(static_cast<std::size_t>(slot), in, in_headers_[slot].msg_len);
+        as_on_wire(static_cast<std::size_t>(slot), in, in_headers_[slot].msg_len);
     }
     return burst_;
 }
 
-void DevicePort::restore_tag(std::size_t slot, const struct msghdr& header, std::size_t size)
+void DevicePort::as_on_wire(std::size_t slot, const struct msghdr& header, std::size_t size)
 {
     unsigned char* frame = in_.data() + slot * frame_room + 4;
-    for (struct cmsghdr* control = CMSG_FIRSTHDR(&header); control; control = CMSG_NXTHDR(const_cast<struct msghdr*>(&header), control)) {
-        if (control->cmsg_level != SOL_PACKET || control->cmsg_type != PACKET_AUXDATA ||
-            control->cmsg_len < CMSG_LEN(sizeof(struct tpacket_auxdata)))
-            continue;
-        struct tpacket_auxdata aux;
-        std::memcpy(&aux, CMSG_DATA(control), sizeof aux);
-        if (!(aux.tp_status & TP_STATUS_VLAN_VALID) || size < 12) continue;
+    struct tpacket_auxdata aux;
+    std::memset(&aux, 0, sizeof aux);
+    for (struct cmsghdr* control = CMSG_FIRSTHDR(&header); control;
+         control = CMSG_NXTHDR(const_cast<struct msghdr*>(&header), control))
+        if (control->cmsg_level == SOL_PACKET && control->cmsg_type == PACKET_AUXDATA &&
+            control->cmsg_len >= CMSG_LEN(sizeof aux)) {
+            std::memcpy(&aux, CMSG_DATA(control), sizeof aux);
+            break;
+        }
+    if ((aux.tp_status & TP_STATUS_VLAN_VALID) && size >= 12) {
         const unsigned int tpid = (aux.tp_status & TP_STATUS_VLAN_TPID_VALID) ? aux.tp_vlan_tpid : ETH_P_8021Q;
         std::memmove(frame - 4, frame, 12);
         frame -= 4;
@@ -147,8 +196,8 @@ void DevicePort::restore_tag(std::size_t slot, const struct msghdr& header, std:
         frame[14] = static_cast<unsigned char>(aux.tp_vlan_tci >> 8);
         frame[15] = static_cast<unsigned char>(aux.tp_vlan_tci);
         size += 4;
-        break;
     }
+    if (aux.tp_status & TP_STATUS_CSUMNOTREADY) complete_checksum(frame, size);
     burst_.data[burst_.count] = frame;
     burst_.size[burst_.count] = size;
     ++burst_.count;

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <arpa/inet.h>
+#include <netinet/in.h>
 #include <linux/if_ether.h>
 #include <linux/if_packet.h>
 #include <net/if.h>
@@ -21,6 +22,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -427,6 +429,69 @@ TEST(BackEnds, CarryEveryTagBothWaysByteForByte)
         wire.card.reset();
         sh("ip link del veth0");
     }
+}
+
+namespace {
+
+// Whether the IPv4 TCP or UDP segment in `f` (untagged) sums right with its
+// pseudo-header.
+bool transport_checksum_right(const Bytes& f)
+{
+    if (f.size() < 34 || f[12] != 0x08 || f[13] != 0x00) return false;
+    const std::size_t ip = 14, l4 = ip + (f[ip] & 0x0f) * 4u;
+    const std::size_t length = (f[ip + 2] << 8 | f[ip + 3]) - (l4 - ip);
+    std::uint32_t sum = f[ip + 9] + static_cast<std::uint32_t>(length);
+    auto add = [&](std::size_t from, std::size_t count) {
+        for (std::size_t i = 0; i < count; ++i) sum += i % 2 ? f[from + i] : f[from + i] << 8;
+    };
+    add(ip + 12, 8);  // the addresses
+    add(l4, length);
+    while (sum >> 16) sum = (sum & 0xffff) + (sum >> 16);
+    return sum == 0xffff;
+}
+
+}  // namespace
+
+TEST(BackEnds, ADeviceCompletesTheChecksumsItsPeerLeftToTheHardware)
+{
+    NEED_NAMESPACES();
+    ASSERT_TRUE(sh("ip link add veth0 type veth peer name veth1 && ip link set veth1 up && "
+                   "ip addr add 10.9.0.2/24 dev veth1 && "
+                   "ip neigh add 10.9.0.1 lladdr 02:00:00:00:00:0a dev veth1"));
+    std::string error;
+    std::shared_ptr<vorn_ports::LinuxPort> card = vorn_ports::open_device("veth0", error);
+    ASSERT_TRUE(card) << error;
+    card->admin_state(true);
+    struct Row {
+        const char* name;
+        int type;
+        unsigned int protocol;
+    };
+    for (const Row& row : {Row{"UDP", SOCK_DGRAM, IPPROTO_UDP}, Row{"TCP", SOCK_STREAM, IPPROTO_TCP}}) {
+        SCOPED_TRACE(row.name);
+        const int sender = ::socket(AF_INET, row.type | SOCK_NONBLOCK, 0);
+        ASSERT_GE(sender, 0);
+        struct sockaddr_in to = {};
+        to.sin_family = AF_INET;
+        to.sin_port = htons(9);
+        to.sin_addr.s_addr = htonl(0x0a090001);
+        const char payload[] = "offloaded checksum";
+        if (row.type == SOCK_DGRAM)
+            ASSERT_GT(::sendto(sender, payload, sizeof payload, 0, reinterpret_cast<struct sockaddr*>(&to), sizeof to), 0);
+        else
+            ::connect(sender, reinterpret_cast<struct sockaddr*>(&to), sizeof to);  // a SYN goes out
+        Bytes read;
+        EXPECT_TRUE(eventually([&] {
+            const vorn_ports::Burst& burst = card->receive();
+            for (std::size_t i = 0; i < burst.count; ++i)
+                if (burst.size[i] > 34 && burst.data[i][23] == row.protocol) read.assign(burst.data[i], burst.data[i] + burst.size[i]);
+            return !read.empty();
+        }));
+        EXPECT_TRUE(transport_checksum_right(read));
+        ::close(sender);
+    }
+    card.reset();
+    sh("ip link del veth0");
 }
 
 // --- Through the card ---------------------------------------------------------------------------
