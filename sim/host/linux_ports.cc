@@ -170,16 +170,20 @@ int ServeLoop::timeout_ms(Clock::time_point deadline, bool forever) const
     return static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(wait).count());
 }
 
+// A callback may take the card down (terminate) at any frame: nothing is
+// asked of a model that is gone.
 void ServeLoop::handle(std::size_t index, short frame_events, short link_events)
 {
     SwitchModel* model = host().model.get();
+    const auto card_stays = [model] { return host().model.get() == model; };
     Served& s = ports_[index];
     if (link_events && s.backend->link().read_changes()) model->cable(s.mp, s.port, s.backend->link().up());
-    if (!frame_events) return;
+    if (!frame_events || !card_stays()) return;
     const vorn_ports::Burst& burst = s.backend->receive();
     model->hold_transmit();
-    for (std::size_t i = 0; i < burst.count; ++i) model->inject(s.mp, s.port, burst.data[i], burst.size[i], true, nullptr);
-    model->release_transmit();
+    for (std::size_t i = 0; i < burst.count && card_stays(); ++i)
+        model->inject(s.mp, s.port, burst.data[i], burst.size[i], true, nullptr);
+    if (card_stays()) model->release_transmit();
 }
 
 bool ServeLoop::loop(double seconds)
