@@ -5,6 +5,7 @@
 #include <net/if.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -79,6 +80,9 @@ bool InterfaceLink::open(const std::string& name, std::string& error)
     netlink_ = Fd(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE));
     query_ = Fd(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE));
     if (!netlink_ || !query_) return failed(errno);
+    // The kernel answers at once; a second is a generous bound on waiting.
+    const struct timeval patience = {1, 0};
+    (void)::setsockopt(query_.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     struct sockaddr_nl local;
     std::memset(&local, 0, sizeof local);
     local.nl_family = AF_NETLINK;
