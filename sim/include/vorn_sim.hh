@@ -117,7 +117,8 @@ struct RouteMatch {
 bool lookup_route_ip4(unsigned int address, RouteMatch& match);
 bool lookup_route_ip6(const unsigned char* address, RouteMatch& match);
 
-// What the CPU sent: (tagged egress, untagged egress, frame) per packet.
+// What the CPU sent: (tagged egress, untagged egress, frame) per packet,
+// oldest first; at least the last 4096 are kept, at most 8192.
 struct SentPacket {
     std::vector<Mp> tagged;
     std::vector<Mp> untagged;

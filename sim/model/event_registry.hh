@@ -39,7 +39,14 @@ public:
     void link_changed(LinkStatus status, const Usp& where) const;
     void received(const Usp& where, unsigned int vlan, const std::vector<unsigned char>& frame) const;
 
-    void record_sent(SentPacket packet) { sent_.push_back(std::move(packet)); }
+    // The most recent packets only: a card that serves for days must not
+    // keep every LLDPDU it ever sent.
+    static const std::size_t sent_kept = 4096;
+    void record_sent(SentPacket packet)
+    {
+        if (sent_.size() == 2 * sent_kept) sent_.erase(sent_.begin(), sent_.begin() + sent_kept);
+        sent_.push_back(std::move(packet));
+    }
     const std::vector<SentPacket>& sent() const { return sent_; }
 
 private:

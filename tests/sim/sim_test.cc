@@ -143,6 +143,21 @@ TEST_F(Card, CpuPacketsLeaveOnlyThroughPortsWhoseLinkIsUp)
     EXPECT_EQ(sent[0].untagged, (std::vector<Mp>{Mp(0, 9)}));
 }
 
+// A card that serves for days keeps only its latest CPU packets: the
+// oldest half goes when 8192 are held, and the newest is always last.
+TEST_F(Card, CpuPacketsKeptAreTheLatestOnly)
+{
+    Packet packet;
+    for (unsigned int i = 0; i < 8193; ++i) {
+        packet.set_data(std::vector<unsigned char>(60, static_cast<unsigned char>(i)));
+        ASSERT_TRUE(vorn_send_packet_by_port({}, {port(1)}, packet));
+    }
+    const auto& sent = vorn_sim::sent_packets();
+    ASSERT_EQ(sent.size(), 4097u);
+    EXPECT_EQ(sent.front().data[0], static_cast<unsigned char>(4096));
+    EXPECT_EQ(sent.back().data[0], static_cast<unsigned char>(8192));
+}
+
 TEST_F(Card, RoutesAnswerLongestPrefixLookups)
 {
     ASSERT_TRUE(vorn_create_vlan(30));
