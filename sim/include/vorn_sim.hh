@@ -255,11 +255,9 @@ bool set_port_backend(const Usp& port, std::shared_ptr<PortBackend> backend);
 bool attach_tap(const Usp& port, const std::string& name, const std::string& netns = std::string());
 // An existing interface NAME (one end of a veth pair, say), opened with a
 // packet socket: frames are read and written in bursts, the tags the kernel
-// moves into ancillary data are put back in the frame, and the TCP and UDP
-// checksums a veth peer leaves to the hardware are completed.  What a peer
-// hands over as one segment larger than a frame (TSO, GSO) is over the
-// port's MTU and dropped: tell such a peer not to (`ip link set PEER
-// gso_max_segs 1`).  A TAP has neither concern.
+// moves into ancillary data are put back in the frame, and what a veth peer
+// leaves to the hardware is done as a NIC would: TCP and UDP checksums
+// completed, TCP segments larger than a frame (TSO) cut into frames.
 bool attach_device(const Usp& port, const std::string& name);
 // Unbinds the port: it is in memory again, with link.
 bool detach(const Usp& port);

@@ -11,8 +11,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <netinet/in.h>
-
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -28,46 +26,20 @@ namespace vorn_ports {
 
 namespace {
 
-// A frame whose TCP or UDP checksum the sender left to the hardware (a veth
-// peer offloads it) carries only the pseudo-header's sum in the field; the
-// sum over the segment from its start completes it, as a NIC would.
-std::size_t transport_at(const unsigned char* frame, std::size_t size, unsigned int& protocol)
-{
-    std::size_t at = 12;
-    unsigned int type = 0;
-    for (;;) {
-        if (at + 2 > size) return 0;
-        type = static_cast<unsigned int>(frame[at] << 8 | frame[at + 1]);
-        if (type != ETH_P_8021Q && type != ETH_P_8021AD) break;
-        at += 4;
-    }
-    at += 2;
-    if (type == ETH_P_IP && at + 20 <= size) {
-        protocol = frame[at + 9];
-        return at + static_cast<std::size_t>(frame[at] & 0x0f) * 4;
-    }
-    if (type == ETH_P_IPV6 && at + 40 <= size) {
-        protocol = frame[at + 6];
-        return at + 40;
-    }
-    return 0;
-}
-
-void complete_checksum(unsigned char* frame, std::size_t size)
-{
-    unsigned int protocol = 0;
-    const std::size_t start = transport_at(frame, size, protocol);
-    const std::size_t field = protocol == IPPROTO_TCP ? 16 : protocol == IPPROTO_UDP ? 6 : 0;
-    if (!start || !field || start + field + 2 > size) return;
-    std::uint32_t sum = 0;
-    for (std::size_t i = start; i + 1 < size; i += 2) sum += static_cast<std::uint32_t>(frame[i] << 8 | frame[i + 1]);
-    if ((size - start) & 1) sum += static_cast<std::uint32_t>(frame[size - 1] << 8);
-    while (sum >> 16) sum = (sum & 0xffff) + (sum >> 16);
-    std::uint16_t checksum = static_cast<std::uint16_t>(~sum);
-    if (protocol == IPPROTO_UDP && checksum == 0) checksum = 0xffff;
-    frame[start + field] = static_cast<unsigned char>(checksum >> 8);
-    frame[start + field + 1] = static_cast<unsigned char>(checksum);
-}
+// The virtio-net header a packet socket puts before each frame with
+// PACKET_VNET_HDR (<linux/virtio_net.h> does not compile as C++): what the
+// sender left to the hardware.
+struct Offloads {
+    std::uint8_t flags;
+    std::uint8_t gso_type;
+    std::uint16_t header_length;
+    std::uint16_t gso_size;
+    std::uint16_t checksum_start;
+    std::uint16_t checksum_offset;
+};
+const unsigned int gso_tcp_ipv4 = 1;
+const unsigned int gso_tcp_ipv6 = 4;
+const unsigned int gso_ecn = 0x80;
 
 // Room for one control message of tpacket_auxdata per frame.
 const std::size_t control_room = CMSG_SPACE(sizeof(struct tpacket_auxdata));
@@ -75,7 +47,11 @@ const std::size_t control_room = CMSG_SPACE(sizeof(struct tpacket_auxdata));
 class DevicePort : public LinuxPort {
 public:
     explicit DevicePort(const std::string& name)
-        : name_(name), in_(burst_frames * frame_room), out_(burst_frames * frame_room), control_(burst_frames * control_room)
+        : name_(name),
+          in_(burst_frames * frame_room),
+          out_(burst_frames * frame_room),
+          control_(burst_frames * control_room),
+          segments_(burst_frames * frame_room * 5 / 4)
     {
     }
 
@@ -99,11 +75,17 @@ private:
     std::vector<unsigned char> in_;
     std::vector<unsigned char> out_;
     std::vector<unsigned char> control_;
+    std::vector<unsigned char> segments_;  // the frames this burst's large TCP segments were cut into
+    std::size_t segments_used_ = 0;
+    // Each frame in and out comes after a virtio-net header: in, it says what
+    // the sender left to the hardware; out, it leaves nothing.
+    Offloads in_offloads_[burst_frames];
+    Offloads no_offloads_ = {};
     struct mmsghdr in_headers_[burst_frames];
-    struct iovec in_vectors_[burst_frames];
+    struct iovec in_vectors_[burst_frames][2];
     struct sockaddr_ll in_sources_[burst_frames];
     struct mmsghdr out_headers_[burst_frames];
-    struct iovec out_vectors_[burst_frames];
+    struct iovec out_vectors_[burst_frames][2];
     std::size_t waiting_ = 0;
     Burst burst_;
 };
@@ -123,6 +105,8 @@ bool DevicePort::open(std::string& error)
     const int on = 1;
     if (::setsockopt(socket_.get(), SOL_PACKET, PACKET_AUXDATA, &on, sizeof on) != 0)
         return failed(std::string("PACKET_AUXDATA: ") + std::strerror(errno));
+    if (::setsockopt(socket_.get(), SOL_PACKET, PACKET_VNET_HDR, &on, sizeof on) != 0)
+        return failed(std::string("PACKET_VNET_HDR: ") + std::strerror(errno));
     // Older kernels lack it: what the socket sent itself is dropped below too.
     (void)::setsockopt(socket_.get(), SOL_PACKET, PACKET_IGNORE_OUTGOING, &on, sizeof on);
     const int buffer = 4 << 20;
@@ -139,16 +123,17 @@ bool DevicePort::open(std::string& error)
     std::memset(in_headers_, 0, sizeof in_headers_);
     std::memset(out_headers_, 0, sizeof out_headers_);
     for (std::size_t slot = 0; slot < burst_frames; ++slot) {
+        in_vectors_[slot][0] = iovec{&in_offloads_[slot], sizeof in_offloads_[slot]};
         // Four bytes before each frame read, for its tag.
-        in_vectors_[slot].iov_base = in_.data() + slot * frame_room + 4;
-        in_vectors_[slot].iov_len = frame_room - 4;
+        in_vectors_[slot][1] = iovec{in_.data() + slot * frame_room + 4, frame_room - 4};
         struct msghdr& in = in_headers_[slot].msg_hdr;
-        in.msg_iov = &in_vectors_[slot];
-        in.msg_iovlen = 1;
+        in.msg_iov = in_vectors_[slot];
+        in.msg_iovlen = 2;
         in.msg_name = &in_sources_[slot];
-        out_vectors_[slot].iov_base = out_.data() + slot * frame_room;
-        out_headers_[slot].msg_hdr.msg_iov = &out_vectors_[slot];
-        out_headers_[slot].msg_hdr.msg_iovlen = 1;
+        out_vectors_[slot][0] = iovec{&no_offloads_, sizeof no_offloads_};
+        out_vectors_[slot][1] = iovec{out_.data() + slot * frame_room, 0};
+        out_headers_[slot].msg_hdr.msg_iov = out_vectors_[slot];
+        out_headers_[slot].msg_hdr.msg_iovlen = 2;
     }
     return true;
 }
@@ -156,6 +141,7 @@ bool DevicePort::open(std::string& error)
 const Burst& DevicePort::receive()
 {
     burst_.count = 0;
+    segments_used_ = 0;
     for (std::size_t slot = 0; slot < burst_frames; ++slot) {
         struct msghdr& in = in_headers_[slot].msg_hdr;
         in.msg_namelen = sizeof in_sources_[slot];
@@ -170,7 +156,8 @@ const Burst& DevicePort::receive()
     for (int slot = 0; slot < got; ++slot) {
         const struct msghdr& in = in_headers_[slot].msg_hdr;
         if (in_sources_[slot].sll_pkttype == PACKET_OUTGOING || (in.msg_flags & MSG_TRUNC)) continue;
-        as_on_wire(static_cast<std::size_t>(slot), in, in_headers_[slot].msg_len);
+        const std::size_t header = sizeof in_offloads_[slot];
+        if (in_headers_[slot].msg_len >= header) as_on_wire(static_cast<std::size_t>(slot), in, in_headers_[slot].msg_len - header);
     }
     return burst_;
 }
@@ -197,7 +184,17 @@ void DevicePort::as_on_wire(std::size_t slot, const struct msghdr& header, std::
         frame[15] = static_cast<unsigned char>(aux.tp_vlan_tci);
         size += 4;
     }
+    const Offloads& offloads = in_offloads_[slot];
+    const unsigned int gso = offloads.gso_type & ~gso_ecn;
+    if ((gso == gso_tcp_ipv4 || gso == gso_tcp_ipv6) &&
+        segment_tcp(frame, size, offloads.gso_size, burst_, segments_.data() + segments_used_,
+                    segments_.size() - segments_used_)) {
+        segments_used_ = static_cast<std::size_t>(burst_.data[burst_.count - 1] + burst_.size[burst_.count - 1] -
+                                                   segments_.data());
+        return;
+    }
     if (aux.tp_status & TP_STATUS_CSUMNOTREADY) complete_checksum(frame, size);
+    if (burst_.count == burst_room) return;
     burst_.data[burst_.count] = frame;
     burst_.size[burst_.count] = size;
     ++burst_.count;
@@ -208,8 +205,8 @@ void DevicePort::transmit(const unsigned char* frame, std::size_t size)
 {
     if (size > frame_room) return;
     if (waiting_ == burst_frames) flush();
-    std::memcpy(out_vectors_[waiting_].iov_base, frame, size);
-    out_vectors_[waiting_].iov_len = size;
+    std::memcpy(out_vectors_[waiting_][1].iov_base, frame, size);
+    out_vectors_[waiting_][1].iov_len = size;
     ++waiting_;
 }
 

@@ -58,12 +58,25 @@ private:
     std::string error_;
 };
 
+// A burst's frames once what a sender left to the hardware is done: a TCP
+// segment of 64 KB is some 45 frames.
+const std::size_t burst_room = burst_frames * 48;
+
 // Frames a back end has read, in buffers it owns and reuses.
 struct Burst {
     std::size_t count = 0;
-    const unsigned char* data[burst_frames];
-    std::size_t size[burst_frames];
+    const unsigned char* data[burst_room];
+    std::size_t size[burst_room];
 };
+
+// What a NIC does for a sender that leaves work to the hardware (a veth
+// peer): the TCP or UDP checksum of `frame` completed in place; a TCP
+// segment larger than a frame cut into segments of `mss` bytes of payload,
+// written into `room` and added to `burst` (what does not fit is lost).
+// segment_tcp returns how many it made, 0 for a frame that is no TCP.
+void complete_checksum(unsigned char* frame, std::size_t size);
+std::size_t segment_tcp(const unsigned char* frame, std::size_t size, std::size_t mss, Burst& burst,
+                        unsigned char* room, std::size_t room_size);
 
 // An interface by its index, in the network namespace the watcher was
 // opened in: its flags, set through a control socket, and its link, followed

@@ -113,6 +113,17 @@ bool eventually(const std::function<bool()>& done, double seconds = 5)
     return done();
 }
 
+// Whether the kernel sends on `interface`: its carrier came up and, after
+// it, its queue (a frame sent before is dropped).
+bool operational(const std::string& interface)
+{
+    return eventually([&] {
+        const std::string line = output_of("ip -o link show " + interface);
+        // A TAP does not report an operational state of its own.
+        return line.find(" state UP ") != std::string::npos || line.find(" state UNKNOWN ") != std::string::npos;
+    });
+}
+
 // Serves in short rounds until `done`.
 bool served_until(const std::function<bool()>& done, double seconds = 5)
 {
@@ -412,6 +423,7 @@ TEST(BackEnds, CarryEveryTagBothWaysByteForByte)
         ASSERT_TRUE(peer.ok()) << kind.first;
         ASSERT_TRUE(eventually([&] { return wire.card->link().read_changes(), wire.card->link().up(); }))
             << kind.first << ": no link";
+        ASSERT_TRUE(operational(wire.peer) && (wire.peer == "vt1" || operational("veth0"))) << kind.first;
         for (const TagCase& c : tag_cases()) {
             SCOPED_TRACE(std::string(kind.first) + ", " + c.name);
             const std::string marker = std::string(kind.first) + " " + c.name;
@@ -462,6 +474,7 @@ TEST(BackEnds, ADeviceCompletesTheChecksumsItsPeerLeftToTheHardware)
     std::shared_ptr<vorn_ports::LinuxPort> card = vorn_ports::open_device("veth0", error);
     ASSERT_TRUE(card) << error;
     card->admin_state(true);
+    ASSERT_TRUE(operational("veth1"));
     struct Row {
         const char* name;
         int type;
@@ -510,6 +523,7 @@ TEST_F(Card, FramesCrossTheCardBetweenInterfacesAndMemory)
         Peer peer(tap ? "vt1" : "veth1");
         ASSERT_TRUE(peer.ok());
         ASSERT_TRUE(served_until([&] { return link_up(port(1)); })) << "no link on 1/1/1";
+        ASSERT_TRUE(operational(tap ? "vt1" : "veth1") && (tap || operational("veth0")));
 
         // In on 1/1/1 from the peer: out of 1/1/2 (tagged in both VLANs) as the
         // card forwards it.
@@ -550,6 +564,44 @@ TEST_F(Card, FramesCrossTheCardBetweenInterfacesAndMemory)
         ASSERT_TRUE(vorn_sim::set_port_backend(port(2), nullptr));
         links_heard().clear();
     }
+}
+
+// Hosts in two namespaces, each behind a veth whose card end is a port:
+// TCP between them goes through whatever the peers leave to the hardware
+// (checksums, 64 KB segments).
+TEST_F(Card, TcpCrossesTheCardBetweenVethPeers)
+{
+    NEED_NAMESPACES();
+    if (::access("/usr/bin/python3", X_OK) != 0) GTEST_SKIP() << "no /usr/bin/python3 to play the hosts";
+    ASSERT_TRUE(sh("ip netns add ha && ip netns add hb && "
+                   "ip link add veth0 type veth peer name pa netns ha && "
+                   "ip link add veth2 type veth peer name pb netns hb && "
+                   "ip -n ha addr add 10.7.0.1/24 dev pa && ip -n ha link set pa up && "
+                   "ip -n hb addr add 10.7.0.2/24 dev pb && ip -n hb link set pb up"));
+    ASSERT_TRUE(vorn_sim::attach_device(port(1), "veth0")) << why();
+    ASSERT_TRUE(vorn_add_ports_to_vlan(1, {}, {port(4)}));
+    ASSERT_TRUE(vorn_sim::attach_device(port(4), "veth2")) << why();
+    const std::string result = "/run/netns/tcp-result";
+    const std::string server =
+        "import socket\n"
+        "s = socket.socket(); s.bind(('10.7.0.2', 5001)); s.listen(1); s.settimeout(20)\n"
+        "c, _ = s.accept(); c.settimeout(20); n = 0\n"
+        "while True:\n"
+        "    d = c.recv(65536)\n"
+        "    if not d: break\n"
+        "    n += len(d)\n"
+        "open('" + result + "', 'w').write('received %d' % n)\n";
+    const std::string client =
+        "import socket, time\n"
+        "for attempt in range(100):\n"
+        "    try: s = socket.create_connection(('10.7.0.2', 5001), timeout=20); break\n"
+        "    except OSError: time.sleep(0.1)\n"
+        "s.sendall(b'x' * 4000000); s.close()\n";
+    ASSERT_TRUE(sh("(ip netns exec hb /usr/bin/python3 -c \"" + server + "\" &) ; "
+                   "(ip netns exec ha /usr/bin/python3 -c \"" + client + "\" &)"));
+    EXPECT_TRUE(served_until([&] { return output_of("cat " + result) == "received 4000000"; }, 30))
+        << output_of("cat " + result);
+    sh("ip link del veth2; ip netns del ha; ip netns del hb");
 }
 
 TEST_F(Card, TheInterfaceLinkIsThePortLink)
@@ -707,6 +759,7 @@ TEST_F(Card, ServingKnownUnicastAllocatesNothingPerFrame)
     Peer one("vt1"), two("vt2");
     ASSERT_TRUE(one.ok() && two.ok());
     ASSERT_TRUE(served_until([] { return link_up(port(1)) && link_up(port(2)); }));
+    ASSERT_TRUE(operational("vt1") && operational("vt2"));
     // Each station learned where it is, and the buffers of both ways used once.
     Bytes read;
     ASSERT_TRUE(two.send(frame({{0x8100, 10}}, "learn b", station_b, station_a)));
