@@ -2,8 +2,8 @@
 // packet socket: frames in and out in bursts of system calls.  The kernel
 // takes the outer 802.1Q or 802.1ad tag off what it receives and hands it
 // over as ancillary data; it is put back in front of the type, so the card
-// sees the frame as it was on the wire.  A checksum the sending side left to
-// the hardware is completed here.
+// sees the frame as it was on the wire.  What a veth peer left to the
+// hardware (a checksum, the cutting of a large TCP segment) is done here.
 #include <arpa/inet.h>
 #include <linux/if_ether.h>
 #include <linux/if_packet.h>
