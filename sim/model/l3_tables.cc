@@ -332,6 +332,7 @@ bool L3Tables::create_interface(Refuser& refuse, const unsigned char* mac, unsig
     std::copy(mac, mac + 6, added.mac.begin());
     added.vlan = vlan;
     interface_id = id;
+    reindex_interfaces();
     return true;
 }
 
@@ -345,6 +346,7 @@ bool L3Tables::create_interface_with_id(Refuser& refuse, const unsigned char* ma
     L3Interface& added = interfaces_[interface_id];
     std::copy(mac, mac + 6, added.mac.begin());
     added.vlan = vlan;
+    reindex_interfaces();
     return true;
 }
 
@@ -359,16 +361,51 @@ bool L3Tables::interface(Refuser& refuse, unsigned int interface_id, unsigned in
 
 bool L3Tables::delete_interface(Refuser& refuse, const unsigned char* mac, unsigned int vlan)
 {
-    return refuse.given(mac, "MAC address") &&
-           (erase_where(interfaces_, [&](const std::pair<const unsigned int, L3Interface>& e) {
-                return e.second.vlan == vlan && std::equal(mac, mac + 6, e.second.mac.begin());
-            }) == 1 ||
-            refuse("no L3 interface has MAC ", vorn_format::mac_text(mac), " in VLAN ", vlan));
+    if (!refuse.given(mac, "MAC address")) return false;
+    const std::size_t erased = erase_where(interfaces_, [&](const std::pair<const unsigned int, L3Interface>& e) {
+        return e.second.vlan == vlan && std::equal(mac, mac + 6, e.second.mac.begin());
+    });
+    reindex_interfaces();
+    return erased == 1 || refuse("no L3 interface has MAC ", vorn_format::mac_text(mac), " in VLAN ", vlan);
 }
 
 bool L3Tables::delete_interface(Refuser& refuse, unsigned int interface_id)
 {
-    return known_interface(refuse, interface_id) && interfaces_.erase(interface_id) == 1;
+    if (!known_interface(refuse, interface_id)) return false;
+    interfaces_.erase(interface_id);
+    reindex_interfaces();
+    return true;
+}
+
+void L3Tables::clear_interfaces()
+{
+    interfaces_.clear();
+    reindex_interfaces();
+}
+
+void L3Tables::reindex_interfaces()
+{
+    macs_in_vlans_.clear();
+    macs_.clear();
+    for (const auto& entry : interfaces_) {
+        std::uint64_t mac48 = 0;
+        for (unsigned char byte : entry.second.mac) mac48 = mac48 << 8 | byte;
+        macs_in_vlans_.push_back(std::uint64_t(entry.second.vlan & 0xffff) << 48 | mac48);
+        macs_.push_back(mac48);
+    }
+    std::sort(macs_in_vlans_.begin(), macs_in_vlans_.end());
+    std::sort(macs_.begin(), macs_.end());
+}
+
+bool L3Tables::interface_mac_in(unsigned int vlan, std::uint64_t mac48) const
+{
+    return vlan <= 0xffff && std::binary_search(macs_in_vlans_.begin(), macs_in_vlans_.end(),
+                                                std::uint64_t(vlan) << 48 | mac48);
+}
+
+bool L3Tables::interface_mac(std::uint64_t mac48) const
+{
+    return std::binary_search(macs_.begin(), macs_.end(), mac48);
 }
 
 // --- Hosts.

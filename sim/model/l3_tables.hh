@@ -133,7 +133,7 @@ public:
     bool interface(Refuser& refuse, unsigned int interface_id, unsigned int& vlan, unsigned char* mac) const;
     bool delete_interface(Refuser& refuse, const unsigned char* mac, unsigned int vlan);
     bool delete_interface(Refuser& refuse, unsigned int interface_id);
-    void clear_interfaces() { interfaces_.clear(); }
+    void clear_interfaces();
 
     // Hosts, to a port or LAG the caller checked.  Deleting hosts "by
     // network" removes the hosts of the /24 (IPv6: /64) that contains the
@@ -178,6 +178,10 @@ public:
     const L3Target* find_host6(const unsigned char* address) const;
     const L3Target* longest_match4(unsigned int address, unsigned int& prefix_length) const;
     const L3Target* longest_match6(const unsigned char* address, unsigned int& prefix_length) const;
+    // For forwarding: whether a MAC (as a 48-bit number) is an interface's
+    // in the VLAN; whether it is any interface's at all.
+    bool interface_mac_in(unsigned int vlan, std::uint64_t mac48) const;
+    bool interface_mac(std::uint64_t mac48) const;
 
     // Longest-prefix match; false without a refusal when no route matches.
     bool lookup4(const Names& names, unsigned int address, RouteMatch& match) const;
@@ -189,12 +193,17 @@ private:
     const L3Target* covering4(unsigned int address, int shorter_than) const;
     void note_length6(int length);
     void reindex_routes();
+    void reindex_interfaces();
 
     std::size_t interface_capacity_;
     std::size_t host_capacity_;
     std::size_t route4_capacity_;
     std::size_t route6_capacity_;
     std::map<unsigned int, L3Interface> interfaces_;
+    // The interfaces' MACs, sorted, rebuilt on each change of interfaces_:
+    // by VLAN << 48 | MAC, and alone.
+    std::vector<std::uint64_t> macs_in_vlans_;
+    std::vector<std::uint64_t> macs_;
     Table4 hosts4_;
     Table6 hosts6_;
     // Routes by prefix length, then by masked address.

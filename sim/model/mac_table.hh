@@ -232,6 +232,9 @@ public:
         found->learned_at = clock_;
         return true;
     }
+    // A learned entry that find() handed out, seen again where it is: only
+    // its age starts over.
+    void refresh(const FdbEntry& entry) { const_cast<FdbEntry&>(entry).learned_at = clock_; }
     // Advances the clock; hands back the learned entries that aged out, sorted by key.
     Entries advance_clock(unsigned int seconds);
 

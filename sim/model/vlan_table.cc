@@ -19,18 +19,28 @@ bool contains(const std::vector<Mp>& ports, const Mp& port)
 
 bool priority(Refuser& refuse, unsigned int value) { return refuse.within("priority", value, 0, 7); }
 
+void set_membership(Vlan& v, const Mp& port, Vlan::Membership membership)
+{
+    if (v.by_port.size() <= port.module()) v.by_port.resize(port.module() + 1);
+    std::vector<unsigned char>& ports = v.by_port[port.module()];
+    if (ports.size() <= port.port()) ports.resize(port.port() + 1, Vlan::not_member);
+    ports[port.port()] = membership;
+}
+
 }  // namespace
+
+VlanTable::VlanTable() : by_id_(4096, nullptr) { by_id_[1] = &vlans_[1]; }
 
 bool VlanTable::member(unsigned int vlan, const Mp& port) const
 {
-    auto found = vlans_.find(vlan);
-    return found != vlans_.end() && (contains(found->second.tagged, port) || contains(found->second.untagged, port));
+    const Vlan* found = find(vlan);
+    return found && found->membership(port) != Vlan::not_member;
 }
 
 int VlanTable::mac_limit_of(unsigned int vlan) const
 {
-    auto found = vlans_.find(vlan);
-    return found == vlans_.end() ? 0 : found->second.mac_limit;
+    const Vlan* found = find(vlan);
+    return found ? found->mac_limit : 0;
 }
 
 bool VlanTable::id(Refuser& refuse, unsigned int vlan)
@@ -45,12 +55,18 @@ bool VlanTable::known(Refuser& refuse, unsigned int vlan) const
 
 bool VlanTable::create(Refuser& refuse, unsigned int vlan)
 {
-    return id(refuse, vlan) && (vlans_.emplace(vlan, Vlan()).second || refuse("VLAN ", vlan, " already exists"));
+    if (!id(refuse, vlan)) return false;
+    const auto added = vlans_.emplace(vlan, Vlan());
+    if (!added.second) return refuse("VLAN ", vlan, " already exists");
+    by_id_[vlan] = &added.first->second;
+    return true;
 }
 
 bool VlanTable::remove(Refuser& refuse, unsigned int vlan)
 {
-    return known(refuse, vlan) && vlans_.erase(vlan) == 1;
+    if (!known(refuse, vlan)) return false;
+    by_id_[vlan] = nullptr;
+    return vlans_.erase(vlan) == 1;
 }
 
 void VlanTable::add_ports(unsigned int vlan, const std::list<Mp>& tagged, const std::list<Mp>& untagged)
@@ -59,10 +75,12 @@ void VlanTable::add_ports(unsigned int vlan, const std::list<Mp>& tagged, const 
     for (const Mp& port : tagged) {
         remove_port(v.untagged, port);
         if (!contains(v.tagged, port)) v.tagged.push_back(port);
+        set_membership(v, port, Vlan::tagged_member);
     }
     for (const Mp& port : untagged) {
         remove_port(v.tagged, port);
         if (!contains(v.untagged, port)) v.untagged.push_back(port);
+        set_membership(v, port, Vlan::untagged_member);
     }
 }
 
@@ -72,6 +90,7 @@ void VlanTable::remove_ports(unsigned int vlan, const std::list<Mp>& ports)
     for (const Mp& port : ports) {
         remove_port(v.tagged, port);
         remove_port(v.untagged, port);
+        set_membership(v, port, Vlan::not_member);
     }
 }
 

@@ -17,9 +17,21 @@
 namespace vorn_sim {
 
 struct Vlan {
-    std::vector<Mp> tagged;
+    enum Membership : unsigned char { not_member, tagged_member, untagged_member };
+
+    std::vector<Mp> tagged;  // each list in the order its ports were added
     std::vector<Mp> untagged;
     int mac_limit = 0;
+    // The same memberships by module and port, for a test per frame that
+    // does not search the lists; VlanTable keeps both in step.
+    std::vector<std::vector<unsigned char>> by_port;
+
+    Membership membership(const Mp& port) const
+    {
+        if (port.module() >= by_port.size()) return not_member;
+        const std::vector<unsigned char>& ports = by_port[port.module()];
+        return port.port() < ports.size() ? static_cast<Membership>(ports[port.port()]) : not_member;
+    }
 };
 
 class VlanTable {
@@ -27,10 +39,15 @@ public:
     // A VLAN and a priority.
     typedef std::pair<unsigned int, unsigned int> Classification;
 
-    VlanTable() { vlans_[1]; }
+    VlanTable();
+    // by_id_ points into vlans_.
+    VlanTable(const VlanTable&) = delete;
+    VlanTable& operator=(const VlanTable&) = delete;
 
     const std::map<unsigned int, Vlan>& vlans() const { return vlans_; }
-    bool exists(unsigned int vlan) const { return vlans_.count(vlan) != 0; }
+    // The VLAN, or null; any id, in or out of 1-4094.
+    const Vlan* find(unsigned int vlan) const { return vlan < by_id_.size() ? by_id_[vlan] : nullptr; }
+    bool exists(unsigned int vlan) const { return find(vlan) != nullptr; }
     const std::map<MacAddress, Classification>& mac_vlans() const { return mac_vlans_; }
     const std::map<std::pair<unsigned int, unsigned int>, Classification>& ipv4_subnet_vlans() const
     {
@@ -65,6 +82,7 @@ public:
 
 private:
     std::map<unsigned int, Vlan> vlans_;
+    std::vector<Vlan*> by_id_;  // 4096 of them: the VLANs by id, null where there is none
     std::map<MacAddress, Classification> mac_vlans_;
     std::map<std::pair<unsigned int, unsigned int>, Classification> ipv4_subnet_vlans_;
     std::map<std::pair<Ipv6Address, unsigned int>, Classification> ipv6_subnet_vlans_;
