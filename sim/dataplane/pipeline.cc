@@ -65,6 +65,13 @@ std::uint64_t fold6(const unsigned char* a)
     return h;
 }
 
+MacAddress source_of(const Frame& f)
+{
+    MacAddress source;
+    std::copy(f.src(), f.src() + 6, source.begin());
+    return source;
+}
+
 // A VLAN's tag control word: priority and VID.
 void put_tag(unsigned char* p, unsigned int vlan, unsigned int pcp)
 {
@@ -73,11 +80,6 @@ void put_tag(unsigned char* p, unsigned int vlan, unsigned int pcp)
     p[1] = 0x00;
     p[2] = static_cast<unsigned char>(tci >> 8);
     p[3] = static_cast<unsigned char>(tci);
-}
-
-bool listed(const std::vector<Mp>& ports, const Mp& port)
-{
-    return std::find(ports.begin(), ports.end(), port) != ports.end();
 }
 
 }  // namespace
@@ -276,9 +278,7 @@ bool DataPlane::vlan_stage(Walk& w)
             found = true;
         };
         if (!vlans.mac_vlans().empty()) {
-            MacAddress src;
-            std::copy(w.f.src(), w.f.src() + 6, src.begin());
-            auto it = vlans.mac_vlans().find(src);
+            auto it = vlans.mac_vlans().find(source_of(w.f));
             if (it != vlans.mac_vlans().end()) take(it->second, "the MAC VLAN of the source");
         }
         if (!found && w.f.ipv4) {
@@ -327,10 +327,9 @@ bool DataPlane::vlan_stage(Walk& w)
             how = "the PVID";
         }
     }
-    auto it = vlans.vlans().find(w.vlan);
-    if (it == vlans.vlans().end()) return drop(w, phrase("VLAN ", w.vlan, " does not exist"));
-    w.vlan_entry = &it->second;
-    if (!listed(w.vlan_entry->tagged, w.in) && !listed(w.vlan_entry->untagged, w.in))
+    w.vlan_entry = vlans.find(w.vlan);
+    if (!w.vlan_entry) return drop(w, phrase("VLAN ", w.vlan, " does not exist"));
+    if (w.vlan_entry->membership(w.in) == Vlan::not_member)
         return drop(w, phrase("port ", w.in_usp, " is not a member of VLAN ", w.vlan, " (ingress filtering)"));
     VORN_NOTE(w, "vlan ", w.vlan, ": from ", how);
     return true;
@@ -372,8 +371,6 @@ bool DataPlane::learn_stage(Walk& w)
     }
     const Mp where = w.in_lag ? Mp(0, w.in_lag_id) : w.in;
     auto place = [&] { return w.in_lag ? phrase("LAG ", m_.names_.lag(w.in_lag_id)) : phrase("port ", w.in_usp); };
-    MacAddress source;
-    std::copy(w.f.src(), w.f.src() + 6, source.begin());
     const FdbEntry* entry = m_.fdb_.find(w.vlan, w.f.src48);
     // A locked port knows only the sources already on it: one learned
     // elsewhere does not move here.
@@ -391,14 +388,17 @@ bool DataPlane::learn_stage(Walk& w)
             VORN_NOTE(w, "learn: ", mac_text(w.f.src()), " has a static entry", same ? "" : ", not moved");
         else
             VORN_NOTE(w, "learn: ", mac_text(w.f.src()), same ? " refreshed on " : " moved to ", place());
-        if (w.commit && !entry->is_static) m_.learn(source, w.vlan, where, w.in_lag);
+        if (w.commit && !entry->is_static) {
+            if (same) m_.fdb_.refresh(*entry);  // nothing moves: no limits to check, no event
+            else m_.learn(source_of(w.f), w.vlan, where, w.in_lag);
+        }
         return true;
     }
     if (!w.commit) {
         VORN_NOTE(w, "learn: ", mac_text(w.f.src()), " would be learned on ", place(), " in VLAN ", w.vlan);
         return true;
     }
-    m_.learn(source, w.vlan, where, w.in_lag);
+    m_.learn(source_of(w.f), w.vlan, where, w.in_lag);
     const bool added = m_.fdb_.find(w.vlan, w.f.src48) != nullptr;
     VORN_NOTE(w, "learn: ", mac_text(w.f.src()), added ? " learned on " : " not learned (a MAC limit, or the table is full) on ",
            place(), " in VLAN ", w.vlan);
@@ -456,10 +456,8 @@ bool DataPlane::flow_stage(Walk& w)
         case OF_ACTION_SET_VLAN: {
             // The frame goes on in the new VLAN: its members flood it.
             w.vlan = static_cast<unsigned int>(action.param.word[0]) & 0xfff;
-            auto it = m_.vlans_.vlans().find(w.vlan);
-            if (it == m_.vlans_.vlans().end())
-                return drop(w, phrase("flow ", best_id, ": VLAN ", w.vlan, " does not exist"));
-            w.vlan_entry = &it->second;
+            w.vlan_entry = m_.vlans_.find(w.vlan);
+            if (!w.vlan_entry) return drop(w, phrase("flow ", best_id, ": VLAN ", w.vlan, " does not exist"));
             VORN_NOTE(w, "flow ", best_id, ": VLAN set to ", w.vlan);
             break;
         }
@@ -535,14 +533,7 @@ unsigned int checksum_after(unsigned int checksum, unsigned int old_word, unsign
 bool DataPlane::l3_stage(Walk& w)
 {
     const L3Tables& l3 = m_.l3_;
-    if (l3.interfaces().empty() || w.f.multicast()) return true;
-    bool to_router = false;
-    for (const auto& entry : l3.interfaces())
-        if (entry.second.vlan == w.vlan && read48(entry.second.mac.data()) == w.f.dst48) {
-            to_router = true;
-            break;
-        }
-    if (!to_router) return true;
+    if (l3.interfaces().empty() || w.f.multicast() || !l3.interface_mac_in(w.vlan, w.f.dst48)) return true;
     VORN_NOTE(w, "l3: ", mac_text(w.f.dst()), " is an L3 interface's MAC in VLAN ", w.vlan);
     if (w.f.arp) {
         to_cpu(w, "ARP");
@@ -572,11 +563,10 @@ bool DataPlane::l3_stage(Walk& w)
         VORN_NOTE(w, "l3: route ", dst(), "/", length, " via ", m_.names_.target(target->port, target->trunk));
     else
         VORN_NOTE(w, "l3: host ", dst(), " on ", m_.names_.target(target->port, target->trunk));
-    for (const auto& entry : l3.interfaces())
-        if (entry.second.mac == target->mac) {
-            to_cpu(w, "for the router", phrase(dst(), " is the card's own address"));
-            return false;
-        }
+    if (l3.interface_mac(read48(target->mac.data()))) {
+        to_cpu(w, "for the router", phrase(dst(), " is the card's own address"));
+        return false;
+    }
     if (w.f.ttl <= 1) {
         to_cpu(w, "TTL expired", phrase(w.f.ipv4 ? "TTL " : "hop limit ", w.f.ttl, " expires"));
         return false;
@@ -746,10 +736,10 @@ bool DataPlane::lag_member(const Walk& w, unsigned int lag_id, Mp& member) const
 
 void DataPlane::egress(Walk& w, const Mp& port, const Out& out, Tagging tagging, bool check_stp)
 {
-    PortState* s = m_.ports_.find(port);
-    if (!s) return;
+    if (!m_.ports_.physical(port)) return;
     const unsigned int index = m_.ports_.index_of(port);
-    const Usp usp = m_.usp_of(port, false);
+    PortState* s = &m_.ports_.at(index);
+    const Usp usp = w.result ? m_.usp_of(port, false) : Usp();  // only a result names the port
     auto dropped = [&](const std::string& why) {
         if (w.commit && s->stats_enabled) ++s->counters[STAT_IF_OUT_DISCARDS];
         VORN_NOTE(w, "egress ", usp, ": dropped, ", why);
@@ -765,12 +755,11 @@ void DataPlane::egress(Walk& w, const Mp& port, const Out& out, Tagging tagging,
         return dropped(phrase("discarding in VLAN ", out.vlan, " (spanning tree)"));
     bool tagged = tagging == force_tagged;
     if (tagging == by_vlan || tagging == by_vlan_or_untagged) {
-        auto v = m_.vlans_.vlans().find(out.vlan);
-        const bool in_tagged = v != m_.vlans_.vlans().end() && listed(v->second.tagged, port);
-        const bool in_untagged = v != m_.vlans_.vlans().end() && listed(v->second.untagged, port);
-        if (tagging == by_vlan && !in_tagged && !in_untagged)
+        const Vlan* v = m_.vlans_.find(out.vlan);
+        const Vlan::Membership membership = v ? v->membership(port) : Vlan::not_member;
+        if (tagging == by_vlan && membership == Vlan::not_member)
             return dropped(phrase("not a member of VLAN ", out.vlan));
-        tagged = in_tagged;
+        tagged = membership == Vlan::tagged_member;
     }
     unsigned char* p = wire_.data();
     std::memcpy(p, out.macs, 12);
@@ -875,9 +864,8 @@ void DataPlane::send_from_cpu(const Frame& frame)
     w.f = frame;
     w.vlan = frame.untagged() ? 1 : frame.vid;
     w.pcp = frame.pcp;
-    auto it = m_.vlans_.vlans().find(w.vlan);
-    if (it == m_.vlans_.vlans().end()) return;
-    w.vlan_entry = &it->second;
+    w.vlan_entry = m_.vlans_.find(w.vlan);
+    if (!w.vlan_entry) return;
     l2_stage(w);
 }
 
