@@ -86,7 +86,9 @@ void put_tag(unsigned char* p, unsigned int vlan, unsigned int pcp)
 
 // One frame's way through the pipeline.
 struct DataPlane::Walk {
-    Frame f;
+    explicit Walk(const Frame& frame) : f(frame) {}
+
+    const Frame& f;  // the caller's, for the walk's length
     Mp in;
     Usp in_usp;
     PortState* in_state = nullptr;  // null for the CPU's own frames
@@ -188,8 +190,7 @@ void DataPlane::flush_backends()
 void DataPlane::ingress(const Mp& port, const Usp& usp, const Frame& frame, bool commit, FrameResult* result)
 {
     const Held held(*this);
-    Walk w;
-    w.f = frame;
+    Walk w(frame);
     w.in = port;
     w.in_usp = usp;
     w.in_state = m_.ports_.find(port);
@@ -843,8 +844,7 @@ bool DataPlane::drop(Walk& w, const std::string& reason)
 void DataPlane::send_by_port(const std::vector<Mp>& tagged, const std::vector<Mp>& untagged, const Frame& frame)
 {
     const Held held(*this);
-    Walk w;
-    w.f = frame;
+    Walk w(frame);
     w.vlan = frame.untagged() ? 1 : frame.vid;
     w.pcp = frame.pcp;
     for (const auto* list : {&tagged, &untagged})
@@ -860,8 +860,7 @@ void DataPlane::send_by_port(const std::vector<Mp>& tagged, const std::vector<Mp
 void DataPlane::send_from_cpu(const Frame& frame)
 {
     const Held held(*this);
-    Walk w;
-    w.f = frame;
+    Walk w(frame);
     w.vlan = frame.untagged() ? 1 : frame.vid;
     w.pcp = frame.pcp;
     w.vlan_entry = m_.vlans_.find(w.vlan);

@@ -19,21 +19,6 @@ port_ability_type_t PortTable::all_abilities()
                                             PORT_ABILITY_PAUSE_RX | PORT_ABILITY_AUTONEG);
 }
 
-bool PortTable::physical(const Mp& port) const
-{
-    return port.module() < units_ && port.port() >= 1 && port.port() <= ports_per_unit_;
-}
-
-unsigned int PortTable::index_of(const Mp& port) const
-{
-    return port.module() * ports_per_unit_ + port.port() - 1;
-}
-
-PortState* PortTable::find(const Mp& port)
-{
-    return physical(port) ? &ports_[index_of(port)] : nullptr;
-}
-
 bool PortTable::known(Refuser& refuse, const Names& names, const Mp& port) const
 {
     return physical(port) || refuse("unknown ", names.port(port));

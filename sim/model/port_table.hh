@@ -64,11 +64,15 @@ public:
 
     // Whether the port is one of the card's: module below the unit count,
     // port 1 to slots * ports per slot.
-    bool physical(const Mp& port) const;
+    // Inline: every stage of every frame asks.
+    bool physical(const Mp& port) const
+    {
+        return port.module() < units_ && port.port() >= 1 && port.port() <= ports_per_unit_;
+    }
     // The port's place among the card's ports; physical ports only.
-    unsigned int index_of(const Mp& port) const;
+    unsigned int index_of(const Mp& port) const { return port.module() * ports_per_unit_ + port.port() - 1; }
     // The port's state, or null for a port that is not the card's.
-    PortState* find(const Mp& port);
+    PortState* find(const Mp& port) { return physical(port) ? &ports_[index_of(port)] : nullptr; }
     // The state of the port at an index_of.
     PortState& at(unsigned int index) { return ports_[index]; }
     std::size_t size() const { return ports_.size(); }
