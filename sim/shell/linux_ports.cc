@@ -100,7 +100,9 @@ void add_linux_port_commands(Shell& shell)
     shell.add(Command{
         "attach",
         "bind a port to a TAP the card creates or to an existing interface (reference host); alone, list them",
-        "try attach 1/1/1 tap vornsh0 ; attach",
+        // The example only lists: run as root it would otherwise create an
+        // interface in whatever namespace the shell runs in.
+        "attach",
         {form("", [](const Words&, std::ostream& out) {
              for (const auto& attached : vorn_sim::attached())
                  out << port_text(attached.first) << "  " << attached.second << "\n";
@@ -113,7 +115,7 @@ void add_linux_port_commands(Shell& shell)
          form("<port> dev <name>",
               [](const Words& w, std::ostream&) { return vorn_sim::attach_device(read_port(w[0]), w[2]); })}});
     shell.add(Command{"detach", "unbind a port from its interface: it is in memory again (reference host)",
-                      "try attach 1/1/1 tap vornsh0 ; try detach 1/1/1",
+                      "try detach 1/1/1",
                       {form("<port>", [](const Words& w, std::ostream&) { return vorn_sim::detach(read_port(w[0])); })}});
     shell.add(Command{"serve",
                       "move the attached ports' frames and links for SECONDS, or until SIGINT or SIGTERM, "
