@@ -28,31 +28,10 @@
 #include <utility>
 #include <vector>
 
+#include "count_allocations.hh"
 #include "run_args.hh"
 #include "vorn_api.hh"
 #include "vorn_sim.hh"
-
-namespace {
-bool counting = false;
-unsigned long allocations = 0;
-}  // namespace
-
-// This program is the host process: every allocation the library or the
-// card makes comes here.
-void* operator new(std::size_t size)
-{
-    if (counting) ++allocations;
-    if (void* memory = std::malloc(size ? size : 1)) return memory;
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept
-{
-    std::free(memory);
-}
 
 namespace {
 
@@ -401,10 +380,9 @@ void forward(benchmark::State& state, Traffic (*make)(), unsigned int copies)
         state.SkipWithError("the card refused its configuration or a frame");
         return;
     }
-    allocations = 0;
-    counting = true;
-    const bool counted = inject_all(traffic, counted_frames);
-    counting = false;
+    bool counted = false;
+    const unsigned long allocations =
+        vorn_test::allocations_of([&] { counted = inject_all(traffic, counted_frames); });
 
     const unsigned long long before = frames_out();
     bool ok = counted;

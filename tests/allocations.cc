@@ -16,35 +16,20 @@
 #include <string>
 #include <vector>
 
+#include "count_allocations.hh"
 #include "noop_host.hh"
 #include "vorn_api.hh"
 #include "vorn_capi.h"
-
-namespace {
-bool counting = false;
-unsigned long allocations = 0;
-}  // namespace
-
-void* operator new(std::size_t size)
-{
-    if (counting) ++allocations;
-    if (void* memory = std::malloc(size ? size : 1)) return memory;
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace {
 
 // The allocations made by `call`, which must succeed.
 unsigned long allocations_of(const std::function<bool()>& call)
 {
-    allocations = 0;
-    counting = true;
-    const bool ok = call();
-    counting = false;
+    bool ok = false;
+    const unsigned long made = vorn_test::allocations_of([&] { ok = call(); });
     EXPECT_TRUE(ok);
-    return allocations;
+    return made;
 }
 
 struct Case {

@@ -33,25 +33,10 @@
 #include <thread>
 #include <vector>
 
+#include "count_allocations.hh"
 #include "linux_port.hh"
 #include "vorn_api.hh"
 #include "vorn_sim.hh"
-
-// Every allocation is counted while `counting` is on: the serve loop's
-// steady state makes none per frame.
-namespace {
-bool counting = false;
-unsigned long allocations = 0;
-}  // namespace
-
-void* operator new(std::size_t size)
-{
-    if (counting) ++allocations;
-    if (void* memory = std::malloc(size ? size : 1)) return memory;
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace {
 
@@ -769,10 +754,8 @@ TEST_F(Card, ServingKnownUnicastAllocatesNothingPerFrame)
 
     const int frames = 300;
     for (int i = 0; i < frames; ++i) ASSERT_TRUE(one.send(frame({{0x8100, 10}}, "steady " + std::to_string(i % 10))));
-    allocations = 0;
-    counting = true;
-    vorn_sim::serve(0.3);
-    counting = false;
+    // The serve loop's steady state makes none per frame.
+    const unsigned long allocations = vorn_test::allocations_of([] { vorn_sim::serve(0.3); });
     int arrived = 0;
     while (arrived < frames && two.receive(bytes("steady"), read, 1)) ++arrived;
     EXPECT_EQ(arrived, frames);
