@@ -155,6 +155,8 @@ public:
     void close(std::uint64_t now);  // end record, flush, close
 
     std::uint64_t start_time() const;  // ns since the epoch, in the header
+    // Bytes of the recording so far, headers included, over every file it
+    // rotated through, the buffered ones included.
     std::uint64_t bytes_written() const;
 
 private:
@@ -178,6 +180,8 @@ public:
     std::uint64_t u64();
     // Copies `size` bytes; false (and failed()) when fewer are left.
     bool bytes(void* out, std::size_t size);
+    // Passes over `size` bytes; false (and failed()) when fewer are left.
+    bool skip(std::size_t size);
     const unsigned char* here() const { return data_ + at_; }
     std::size_t left() const { return size_ - at_; }
     std::size_t offset() const { return at_; }
@@ -207,8 +211,10 @@ struct Record {
 // the records in order, skipping types it does not know; it ends at the end
 // of the data or at the first record that does not fit (cut or damaged), and
 // stop_reason() then says where and why ("cut at byte 1234 in record 17: 40
-// bytes of 56").  Any bytes, however damaged, are read without undefined
-// behaviour.
+// bytes of 56": the record that starts at byte 1234 has 40 of its 56 bytes;
+// "damaged at byte 1234 in record 17: size 3 is less than 8").  The names
+// record is record 0.  Any bytes, however damaged, are read without
+// undefined behaviour.
 class Reader {
 public:
     bool open(const unsigned char* data, std::size_t size);
