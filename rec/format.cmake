@@ -14,7 +14,9 @@ if(VORN_BUILD_TESTS)
   if(NOT TARGET GTest::gtest_main)
     find_package(GTest REQUIRED)
   endif()
-  add_executable(vorn_rec_format_tests ${PROJECT_SOURCE_DIR}/tests/rec/format_test.cc
+  set(_vorn_format_tests ${PROJECT_SOURCE_DIR}/tests/rec)
+  add_executable(vorn_rec_format_tests ${_vorn_format_tests}/format_test.cc ${_vorn_format_tests}/format_damage_test.cc
+                                       ${_vorn_format_tests}/format_writer_test.cc
                                        ${PROJECT_SOURCE_DIR}/tests/count_allocations.cc)
   target_include_directories(vorn_rec_format_tests PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(vorn_rec_format_tests PRIVATE vorn_rec_format GTest::gtest_main GTest::gtest)
