@@ -116,6 +116,11 @@ TEST(RecFormatRoundTrip, OpenRefusesWhatItCannotWrite)
     EXPECT_FALSE(writer.open(settings_for(dir.file("long")), too_long));
     EXPECT_NE(writer.error().find("longer than 65535 bytes"), std::string::npos) << writer.error();
     EXPECT_FALSE(exists(dir.file("long")));
+    if (exists("/dev/full")) {  // refuses every write
+        EXPECT_FALSE(writer.open(settings_for("/dev/full"), sample_names));
+        EXPECT_EQ(writer.error().rfind("cannot write /dev/full: ", 0), 0u) << writer.error();
+        EXPECT_FALSE(writer.is_open());
+    }
 }
 
 // --- Either byte order ------------------------------------------------------------
