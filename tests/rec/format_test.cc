@@ -240,7 +240,10 @@ TEST(RecFormatHeader, RefusedWithTheReason)
         {"no records", [&](Bytes& b) { b.resize(names_at); }, "no names record after the header"},
         {"first record not names", [&](Bytes& b) { b[names_at + 4] = static_cast<unsigned char>(RecordType::call); },
          "the first record is of type 2, not the names record"},
-        {"names past their record", [&](Bytes& b) { b[names_at + 8] = 200; },
+        {"names past their record", [&](Bytes& b) {
+             const std::uint16_t count = 200;
+             std::memcpy(&b[names_at + 8], &count, 2);
+         },
          "names record damaged: 200 names do not fit in its " +
              std::to_string(2 + (2 + 18) + (2 + 24) + (2 + 17)) + " bytes"},
     };
