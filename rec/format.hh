@@ -207,13 +207,14 @@ struct Record {
 
 // Reads a whole file held in memory.  open() checks the header: false with
 // error() for a file that is not a recording, a format version newer than
-// this reader, or a header cut short (exit 2 in vorn-replay).  next() gives
-// the records in order, skipping types it does not know; it ends at the end
-// of the data or at the first record that does not fit (cut or damaged), and
-// stop_reason() then says where and why ("cut at byte 1234 in record 17: 40
-// bytes of 56": the record that starts at byte 1234 has 40 of its 56 bytes;
-// "damaged at byte 1234 in record 17: size 3 is less than 8").  The names
-// record is record 0.  Any bytes, however damaged, are read without
+// this reader, or a header cut short (exit 2 in vorn-replay); the names
+// record it reads is record 0.  next() gives the records after it in order,
+// skipping types it does not know, the end record included (nothing after
+// it is read).  It ends at the end of the data or at the first record that
+// does not fit (cut or damaged), and stop_reason() then says where and why:
+// "cut at byte 1234 in record 17: 40 bytes of 56" (the record that starts
+// at byte 1234 has 40 of its 56 bytes), "damaged at byte 1234 in record 17:
+// size 3 is less than 8".  Any bytes, however damaged, are read without
 // undefined behaviour.
 class Reader {
 public:
