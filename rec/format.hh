@@ -49,7 +49,7 @@
 //           same thread (the call caused it), otherwise it came from outside
 //           (a cable, a frame).
 //   note    u64 time, u16 size + text: what the recorder wants a reader to
-//           know ("size cap reached: recording stopped").
+//           know ("size cap of 1048576 bytes reached: recording stopped").
 //   end     u64 time: the recorder closed the file itself.
 #ifndef VORN_REC_FORMAT_HH
 #define VORN_REC_FORMAT_HH
