@@ -5,9 +5,9 @@
 // when present, its payload, which depends on the kind alone, so a reader
 // that knows an entry point's kinds reads its record without knowing the C
 // or C++ types:
-//   number        u64 (signed types sign-extended)
-//   flag          u8 0/1
-//   text          u16 size + bytes
+//   number        u64 (signed types sign-extended; read back as signed)
+//   flag          u8 0/1 (a bool by its low byte)
+//   text          u16 size + bytes (at most 65535)
 //   port          u32 module, u32 port
 //   usp           u32 unit, u32 slot, u32 port
 //   port_list,
@@ -18,15 +18,22 @@
 //   packet        u32 type, u32 length, u8 has_data, the data when has_data
 //                 (0 when the recording leaves packets out)
 //   flow, flow_usp  the in-port (port or usp payload) and the match fields
+//                 one by one, 46 bytes: dst_mac, src_mac (6 bytes each),
+//                 u16 vlan_id, vlan_pcp, eth_type, u32 src_ip, src_ip_mask,
+//                 dst_ip, dst_ip_mask, u16 ip_proto, ip_tos, l4_src_port,
+//                 l4_dst_port, u32 match_flags
 //   flow_udf      4 × u32; action_param 3 × u32
 //   counters      u32 count + count × (u32 type, u64 value)
 //   callback,
 //   user_data     u64 address (never compared on replay)
 // All in the recording machine's byte order (rec/format.hh).
 //
-// Events: link_change usp, u32 state, u32 speed, u32 duplex;
+// Events (payloads without tags; a C callback's null port is 0/0/0):
+// link_change usp, u32 state, u32 speed, u32 duplex;
 // mac_update mac, u16 flags, u32 vlan, usp, i32 reason;
 // rx_packet usp, u32 vlan, u32 length, u8 has_data, the data when has_data.
+//
+// The recording side is rec/put_values.hh (header-only, on the call path).
 #ifndef VORN_REC_VALUES_HH
 #define VORN_REC_VALUES_HH
 
