@@ -44,6 +44,7 @@ Shell::Shell(std::ostream& out, std::ostream& err) : out_(out), err_(err)
     for (const Command& command : api_commands()) add(command);
     add_friendly_commands(*this);
     add_linux_port_commands(*this);
+    add_record_commands(*this);
     Choices topics{{"topic", order_}};
     topics["topic"].push_back("api");
     add(Command{"help", "list the commands, or explain one with an example", "help port",

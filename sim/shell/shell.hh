@@ -83,6 +83,9 @@ std::vector<Form> mstp_map_forms();
 // detach, serve.
 void add_linux_port_commands(Shell& shell);
 
+// Recording the session (record.cc): record FILE, record off.
+void add_record_commands(Shell& shell);
+
 // The show views: the switch model's tables, so that what is shown is what
 // the library did to the "hardware".
 bool show(const Words& words, std::ostream& out);
