@@ -18,10 +18,16 @@ mapping).  Budgets on the library's own code:
 Rates (Google Benchmark, on this machine): the reference host through the
 library at least 2,000,000 IPv4 route adds/s and 5,000,000 MAC adds/s at the
 table's full size.
+The recorder (Google Benchmark, on this machine; vorn_bench_recorder): a
+single-port call (vorn_set_port_pvid, vorn_get_port_pvid,
+ctype_vorn_set_port_pvid) recording costs at most 150 ns more than the same
+call without libvornrec (CPU time), allocates nothing more, and adds at most
+64 bytes to the file.
 
 Usage: check_budgets.py BUILD_DIR [--markdown] [--no-rates]
   --markdown   tables for the README
-  --no-rates   instructions only (repeatable: what the tests check)
+  --no-rates   instructions only (repeatable: what the tests check; the
+               recorder's allocations and bytes are checked by its smoke test)
 Exit status 1: a budget is missed.
 """
 import json
@@ -33,6 +39,7 @@ import tempfile
 
 SINGLE, PER_MEMBER, C_EXTRA = 40, 40, 40
 ROUTES_PER_S, MACS_PER_S = 2_000_000, 5_000_000
+RECORDING_ADDED_NS, RECORDING_ALLOCS, RECORDING_BYTES = 150, 0, 64
 
 # name, members, the C++ call it wraps (C binding only)
 CALLS = [
@@ -133,6 +140,46 @@ def rates(program):
     return result
 
 
+def recorder_costs(program):
+    """Per call: {call: {mode: counters}} of the recorder's benchmark."""
+    with tempfile.TemporaryDirectory() as tmp:
+        out = os.path.join(tmp, "recorder.json")
+        subprocess.run([program, "--benchmark_min_time=0.2", f"--benchmark_out={out}",
+                        "--benchmark_out_format=json"], check=True, stdout=subprocess.DEVNULL,
+                       stderr=subprocess.DEVNULL)
+        with open(out) as f:
+            benchmarks = json.load(f)["benchmarks"]
+    result = {}
+    for bench in benchmarks:
+        mode, call = bench["name"][len("BM_"):].split("/", 1)
+        result.setdefault(call, {})[mode] = bench
+    return result
+
+
+def check_recorder(program, markdown, missed):
+    costs = recorder_costs(program)
+    if markdown:
+        print("| call | absent ns | off ns (added) | recording ns (added) | allocations added/call | bytes/call | budget |")
+        print("|---|---:|---:|---:|---:|---:|---|")
+    for call, modes in costs.items():
+        absent, off, on = (modes[m]["ns_per_call"] for m in ("absent", "off", "on"))
+        # What the library and the host allocate themselves is not the recorder's.
+        allocs = max(modes[m]["allocs_per_call"] - modes["absent"]["allocs_per_call"] for m in ("off", "on"))
+        size = modes["on"]["bytes_per_call"]
+        ok = on - absent <= RECORDING_ADDED_NS and allocs <= RECORDING_ALLOCS and size <= RECORDING_BYTES
+        budget = (f"+{RECORDING_ADDED_NS} ns, {RECORDING_ALLOCS} allocations added, "
+                  f"<= {RECORDING_BYTES} bytes per call")
+        if not ok:
+            missed.append(f"recording {call}: +{on - absent:.1f} ns, {allocs:g} allocations, "
+                          f"{size:.1f} bytes per call; budget {budget}")
+        if markdown:
+            print(f"| `{call}` | {absent:.1f} | {off:.1f} (+{off - absent:.1f}) | {on:.1f} (+{on - absent:.1f}) "
+                  f"| {allocs:g} | {size:.1f} | {budget}: {'met' if ok else 'MISSED'} |")
+        else:
+            print(f"recording {call:20} absent {absent:.1f} ns, off +{off - absent:.1f}, on +{on - absent:.1f}, "
+                  f"{allocs:g} allocations added, {size:.1f} bytes per call   budget {budget} {'ok' if ok else 'MISSED'}")
+
+
 def main():
     build = sys.argv[1]
     markdown = "--markdown" in sys.argv
@@ -191,6 +238,10 @@ def main():
             print(f"| {kind} | {line} | >= {floor / 1e6:.0f}M/s at full size: {'met' if ok else 'MISSED'} |")
         else:
             print(f"{kind:16} {line}   budget >= {floor / 1e6:.0f}M/s at full size {'ok' if ok else 'MISSED'}")
+
+    if "--no-rates" not in sys.argv:
+        print()
+        check_recorder(os.path.join(build, "bench", "vorn_bench_recorder"), markdown, missed)
 
     for miss in missed:
         print("check_budgets: " + miss)
