@@ -43,9 +43,10 @@ if(VORN_BUILD_TESTS)
 
   # Record, replay, damage, replay again.  Under a cross build the programs
   # run under the emulator, which the driver passes on.
+  string(REPLACE ";" " " _vorn_emulator "${CMAKE_CROSSCOMPILING_EMULATOR}")
   add_test(NAME vorn_rec_round_trip
            COMMAND /usr/bin/python3 ${_vorn_rec_tests}/round_trip_test.py
-                   --emulator "${CMAKE_CROSSCOMPILING_EMULATOR}"
+                   --emulator "${_vorn_emulator}"
                    --replay $<TARGET_FILE:vorn-replay>
                    --recorder $<TARGET_FILE:vornrec>
                    --bringup $<TARGET_FILE:vorn_bringup>

@@ -4,8 +4,8 @@ vorn-replay plays each recording back onto the reference host.  Recordings
 that were damaged on purpose (an output changed, an event changed or
 removed, the file cut) must be reported exactly where they were damaged.
 
-Under a cross build every program runs under the emulator (--emulator, a
-CMake list), libvornrec preloaded inside the guest."""
+Under a cross build every program runs under the emulator (--emulator, its
+command line), libvornrec preloaded inside the guest."""
 import argparse
 import os
 import re
@@ -76,7 +76,7 @@ class Recording:
 class Driver:
     def __init__(self, args):
         self.args = args
-        self.emulator = [word for word in args.emulator.split(";") if word]
+        self.emulator = args.emulator.split()
         self.passed = 0
         self.failed = []
         os.makedirs(args.work, exist_ok=True)
@@ -90,6 +90,8 @@ class Driver:
             os.remove(path)
         settings = {"LD_PRELOAD": self.args.recorder, "VORN_RECORD": path}
         env = dict(os.environ)
+        # A sanitized program wants its runtime first; the recorder comes first here.
+        env["ASAN_OPTIONS"] = env.get("ASAN_OPTIONS", "") + ":verify_asan_link_order=0"
         if self.emulator:
             command = self.emulator + [arg for key, value in settings.items() for arg in ("-E", key + "=" + value)]
         else:
