@@ -19,9 +19,6 @@ set_target_properties(vorn_rec_sdk PROPERTIES POSITION_INDEPENDENT_CODE ON)
 # The decorator records through the process's recorder: a host linking it
 # has its own (vornrec_start/stop and VORN_RECORD at start, as libvornrec).
 target_sources(vorn_rec_sdk PRIVATE ${CMAKE_CURRENT_LIST_DIR}/recorder.cc)
-if(TARGET vorn_rec_values)
-  target_link_libraries(vorn_rec_sdk PUBLIC vorn_rec_values)
-endif()
 target_link_libraries(vorn_rec_sdk PUBLIC ${CMAKE_DL_LIBS})
 
 if(VORN_BUILD_TESTS)

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <functional>
 #include <list>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,7 @@
 #include "values.hh"
 #include "vorn_api.hh"
 #include "vorn_capi.h"
+#include "vorn_sdk.hh"
 #include "vorn_sim.hh"
 
 namespace {
@@ -45,6 +47,7 @@ void on_mac_update_c(ctype_l2_addr_s*, int, void*) {}
 // Stand-ins for the recording process's own callbacks: only their addresses
 // reach the file.
 void recorded_link_callback(LinkStatus*, Usp*) {}
+void recorded_link_callback_c(ctype_link_status_s*, usp_s*) {}
 
 vorn_rec::CallbackReplacement observers()
 {
@@ -65,6 +68,15 @@ std::size_t index_of(const std::string& name)
         if (shapes[i].name == name) return i;
     ADD_FAILURE() << name << " is not in entry_shapes()";
     return shapes.size();
+}
+
+// SDK operations called directly on the card's object, as the replayer
+// calls an sdk.* record.
+template <auto Slot, class... A>
+bool on_card(A... args)
+{
+    VornSdkBase* sdk = nullptr;
+    return vornsdk_get_sdk_instance(sdk) && (sdk->*Slot)(args...);
 }
 
 // What replaying one call gave: its result and each output as "name=text".
@@ -104,8 +116,9 @@ Replayed replay(const std::string& name, const A&... args)
 // A card with VLAN 10 (1/1/1 and 1/1/2 tagged, 1/1/3 untagged with PVID 10), VLAN 20,
 // an L3 interface on it, a route through 1/1/1 and 1/1/3 mirrored to 1/1/4.
 class ReplayCall : public testing::Test {
-protected:
-    void SetUp() override
+public:
+    void SetUp() override { fresh_card(); }
+    static void fresh_card()
     {
         vorn_sim::reset();
         int ports = 0;
@@ -117,6 +130,9 @@ protected:
         ASSERT_TRUE(vorn_create_l3_interface_with_id(router_mac, 10, 7, false));
         ASSERT_TRUE(vorn_add_l3_route_ip4(port(1), 0x0a000000, 0xff000000, next_hop_mac, 7, 10));
         ASSERT_TRUE(vorn_set_port_mirror(port(4), port(3), MIRROR_TYPE_EGRESS));
+        of_flow_s flow;
+        std::memset(&flow.match, 0, sizeof flow.match);
+        ASSERT_TRUE(vorn_add_of_flow_with_id(flow, 5));
         link_changes = mac_updates = 0;
     }
     void TearDown() override
@@ -305,6 +321,109 @@ TEST_F(ReplayCall, RecordedInputsReachTheCard)
     EXPECT_EQ(vorn_sim::sent_packets().back().untagged, std::vector<Mp>{Mp(0, 3)});
 }
 
+// The SDK operations a call makes, as the card traces them.
+template <class Call>
+std::string sdk_trace_of(Call&& call)
+{
+    std::ostringstream trace;
+    vorn_sim::set_trace_stream(&trace);
+    EXPECT_TRUE(vorn_set_lcmgr_trace("trace_level_sdk", true));
+    trace.str("");
+    call();
+    vorn_set_lcmgr_trace("trace_level_sdk", false);
+    vorn_sim::set_trace_stream(nullptr);
+    return trace.str();
+}
+
+// The entry point called with `args` directly and replayed from their
+// recording, each on a fresh card: the card sees the same operations with
+// the same arguments.
+template <const vorn_meta::DirKind* Kinds, auto F, class... A>
+void reaches_the_card_as_called(const std::string& name, A... args)
+{
+    SCOPED_TRACE(name);
+    ReplayCall::fresh_card();
+    const std::string direct = sdk_trace_of([&] { F(args...); });
+    ReplayCall::fresh_card();
+    const std::string replayed = sdk_trace_of([&] { EXPECT_TRUE(replay<Kinds>(name, args...).read); });
+    EXPECT_NE(direct, "");
+    EXPECT_EQ(replayed, direct);
+}
+
+TEST_F(ReplayCall, TheCardSeesTheRecordedArgumentsOfEveryKind)
+{
+    of_flow_s flow;
+    std::memset(&flow.match, 0, sizeof flow.match);
+    flow.in_port = port(2);
+    const unsigned char dst[6] = {0x00, 0x01, 0x02, 0x03, 0x04, 0x05};
+    std::memcpy(flow.match.dst_mac, dst, 6);
+    flow.match.vlan_id = 10;
+    flow.match.vlan_pcp = 3;
+    flow.match.eth_type = 0x0800;
+    flow.match.src_ip = 0x0a000001;
+    flow.match.dst_ip_mask = 0xffffff00;
+    flow.match.ip_proto = 6;
+    flow.match.l4_dst_port = 80;
+    flow.match.match_flags = OF_MATCH_IN_PORT | OF_MATCH_DST_MAC | OF_MATCH_L4_DST_PORT;
+    const of_flow_qualify_udf_s udf = {{1, 2, 3, 4}};
+    ctype_of_flow_s c_flow = {};
+    c_flow.in_port = usp_s{1, 1, 5};
+    c_flow.vlan_pcp = 2;
+    c_flow.ip_tos = 4;
+    c_flow.l4_src_port = 1234;
+    c_flow.match_flags = OF_MATCH_IN_PORT | OF_MATCH_L4_SRC_PORT;
+    ctype_of_flow_qualify_udf_s c_udf = {{5, 6, 7, 8}};
+    of_flow_mp_s mp_flow;
+    std::memset(&mp_flow.match, 0, sizeof mp_flow.match);
+    mp_flow.in_port = Mp(0, 6);
+    mp_flow.match.eth_type = 0x86dd;
+    const of_action_param_s to_port = {{9, 0, 0}};
+    const ctype_of_action_param_s c_to_port = {{10, 0, 0}};
+    unsigned int id = 0;
+    const unsigned char ipv6[16] = {0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
+    const unsigned char prefix[16] = {0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff};
+    unsigned char bitmap[512] = {};
+    bitmap[10 / 8] |= 1 << (10 % 8);
+    bitmap[20 / 8] |= 1 << (20 % 8);
+    usp_s c_ports[3] = {{1, 1, 6}, {1, 1, 7}, {1, 1, 8}};
+    usp_s c_port = {1, 1, 3};
+    Packet packet;
+    packet.set_type(1);
+    packet.set_data(std::vector<unsigned char>(64, 0x5a));
+    const unsigned char c_frame[64] = {0x01, 0x00, 0x5e};
+    ctype_packet_s c_packet = {sizeof c_frame, 2, c_frame};
+
+    reaches_the_card_as_called<kinds::add_of_flow, &vorn_add_of_flow>("vorn_add_of_flow", flow, id, udf);
+    reaches_the_card_as_called<c_kinds::add_of_flow, &ctype_vorn_add_of_flow>("ctype_vorn_add_of_flow", &c_flow, &id,
+                                                                              &c_udf);
+    reaches_the_card_as_called<sdk_kinds::add_of_flow_with_id, &on_card<&VornSdkBase::add_of_flow_with_id, of_flow_mp_s&, unsigned int>>(
+        "sdk.add_of_flow_with_id", mp_flow, 9u);
+    reaches_the_card_as_called<kinds::add_of_flow_action, &vorn_add_of_flow_action>(
+        "vorn_add_of_flow_action", 5u, OF_ACTION_OUTPUT, to_port);
+    reaches_the_card_as_called<c_kinds::delete_of_flow_action, &ctype_vorn_delete_of_flow_action>(
+        "ctype_vorn_delete_of_flow_action", 5u, CTYPE_OF_ACTION_OUTPUT, c_to_port);
+    reaches_the_card_as_called<kinds::add_l3_route_ip6, &vorn_add_l3_route_ip6>("vorn_add_l3_route_ip6", port(1), ipv6,
+                                                                                 prefix, next_hop_mac, 7u);
+    reaches_the_card_as_called<c_kinds::add_l3_host_ip6, &ctype_vorn_add_l3_host_ip6>(
+        "ctype_vorn_add_l3_host_ip6", &c_port, ipv6, next_hop_mac, 7u);
+    reaches_the_card_as_called<kinds::set_ipv4_subnet_vlan, &vorn_set_ipv4_subnet_vlan>(
+        "vorn_set_ipv4_subnet_vlan", 0xc0a80000u, 0xffff0000u, 10u, 5u);
+    reaches_the_card_as_called<kinds::add_system_mac_vlan_bitmap, &vorn_add_system_mac_vlan_bitmap>(
+        "vorn_add_system_mac_vlan_bitmap", mac_a, bitmap);
+    reaches_the_card_as_called<c_kinds::add_ports_to_vlan, &ctype_vorn_add_ports_to_vlan>(
+        "ctype_vorn_add_ports_to_vlan", 20u, c_ports, 2, c_ports + 2, 1);
+    reaches_the_card_as_called<kinds::set_ports_flow_control_8023x, &vorn_set_ports_flow_control_8023x>(
+        "vorn_set_ports_flow_control_8023x", std::list<Usp>{port(1), port(5)}, true, false);
+    reaches_the_card_as_called<kinds::set_port_protocol_vlan, &vorn_set_port_protocol_vlan>(
+        "vorn_set_port_protocol_vlan", port(3), FRAME_TYPE_ETHERNET2, static_cast<unsigned short>(0x88cc), 20u);
+    reaches_the_card_as_called<kinds::send_packet_by_port, &vorn_send_packet_by_port>(
+        "vorn_send_packet_by_port", std::list<Usp>{port(1)}, std::list<Usp>{port(3)}, packet);
+    reaches_the_card_as_called<c_kinds::send_packet_by_port, &ctype_vorn_send_packet_by_port>(
+        "ctype_vorn_send_packet_by_port", c_ports, 0, &c_port, 1, &c_packet);
+    reaches_the_card_as_called<sdk_kinds::add_l3_route_ip4, &on_card<&VornSdkBase::add_l3_route_ip4, const Mp&, bool, unsigned int, unsigned int, const unsigned char*, unsigned int, unsigned int>>(
+        "sdk.add_l3_route_ip4", Mp(0, 2), false, 0x0b000000u, 0xff000000u, next_hop_mac, 7u, 10u);
+}
+
 TEST_F(ReplayCall, PacketBytesLeftOutReplayAsZerosOfTheRecordedLength)
 {
     Packet packet;
@@ -337,6 +456,21 @@ TEST_F(ReplayCall, CallbacksAreTheReplayersObserversAndDeregisterAsRegistered)
     EXPECT_EQ(deregistered.result, 1);
     ASSERT_TRUE(vorn_sim::set_cable(port(3), true));
     EXPECT_EQ(link_changes, 1) << "the observer is still registered";
+
+    // A C registration: its deregistration gets the C observer back.
+    void (*recorded_c)(ctype_link_status_s*, usp_s*) = &recorded_link_callback_c;
+    ASSERT_EQ(replay<c_kinds::register_link_change_callback>("ctype_vorn_register_link_change_callback", recorded_c)
+                  .result,
+              1);
+    ASSERT_TRUE(vorn_sim::set_cable(port(3), false));
+    EXPECT_EQ(link_changes, 2);
+    void* recorded_c_address = reinterpret_cast<void*>(recorded_c);
+    EXPECT_EQ(replay<c_kinds::deregister_event_callback>("ctype_vorn_deregister_event_callback", LCMGR_EVENT_LINK_CHANGE,
+                                                         recorded_c_address, static_cast<void*>(nullptr))
+                  .result,
+              1);
+    ASSERT_TRUE(vorn_sim::set_cable(port(3), true));
+    EXPECT_EQ(link_changes, 2) << "the C observer is still registered";
 
     // The visitor of a traverse is the card's to call: a recorded one is
     // replaced by one that looks at nothing, so the traverse succeeds.
