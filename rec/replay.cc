@@ -247,10 +247,17 @@ private:
     void left_over(std::size_t index, std::vector<Heard>& replayed);
     void advance_to(std::uint64_t time);
     void difference(const std::string& line);
+    // A recording without packets has no received frames: the replay
+    // raises none, nor the MAC updates of what they taught the card.
     bool ignored(const Heard& event) const
     {
         return event.values.kind == EventKind::rx_packet && (options_ & Options::no_packets);
     }
+    bool unreproducible(const Heard& recorded) const
+    {
+        return recorded.values.kind == EventKind::mac_update && (options_ & Options::no_packets);
+    }
+    void missing(std::size_t index, const Heard& recorded);
 
     const Records& records_;
     const ReplaySettings& settings_;
@@ -378,13 +385,18 @@ void Replayer::compare_in_call(std::size_t index)
         if (take(raised, expected.second, replayed)) {
             compare_event(expected.first, expected.second, replayed);
         } else {
-            difference("record " + std::to_string(expected.first) + " event " +
-                       event_name(expected.second.values.kind) + ": recorded " +
-                       joined(event_fields(expected.second.values), " ") + ", replayed none");
+            missing(expected.first, expected.second);
         }
     }
     expected_in_call_.clear();
     left_over(index, raised);
+}
+
+void Replayer::missing(std::size_t index, const Heard& recorded)
+{
+    if (unreproducible(recorded)) return;
+    difference("record " + std::to_string(index) + " event " + event_name(recorded.values.kind) + ": recorded " +
+               joined(event_fields(recorded.values), " ") + ", replayed none");
 }
 
 void Replayer::left_over(std::size_t index, std::vector<Heard>& replayed)
@@ -430,13 +442,7 @@ void Replayer::event(std::size_t position)
         } else if (!caused_early_.count(position)) {
             cause(record, recorded.values);
         }
-        if (!take(pending_, recorded, replayed)) {
-            // A frame left out of the recording taught the MAC: nothing to cause it with.
-            if (recorded.values.kind == EventKind::mac_update && (options_ & Options::no_packets)) return;
-            return difference("record " + std::to_string(record.index) + " event " +
-                              event_name(recorded.values.kind) + ": recorded " +
-                              joined(event_fields(recorded.values), " ") + ", replayed none");
-        }
+        if (!take(pending_, recorded, replayed)) return missing(record.index, recorded);
     }
     compare_event(record.index, recorded, replayed);
 }

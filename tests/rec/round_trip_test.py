@@ -84,11 +84,12 @@ class Driver:
     def path(self, name):
         return os.path.join(self.args.work, name)
 
-    def record(self, program, name):
+    def record(self, program, name, options=None):
         path = self.path(name)
         if os.path.exists(path):
             os.remove(path)
         settings = {"LD_PRELOAD": self.args.recorder, "VORN_RECORD": path}
+        settings.update(options or {})
         env = dict(os.environ)
         # A sanitized program wants its runtime first; the recorder comes first here.
         env["ASAN_OPTIONS"] = env.get("ASAN_OPTIONS", "") + ":verify_asan_link_order=0"
@@ -175,6 +176,14 @@ def main():
         for kind, flags in ((LINK_CHANGE, 0), (LINK_CHANGE, C_CALLBACK_FLAG), (RX_PACKET, 0), (MAC_UPDATE, 0),
                             (MAC_UPDATE, DURING_CALL_FLAG)):
             expect(recording.events(kind, flags), "the recording has events of kind %d, flags %d" % (kind, flags))
+
+    def without_getters_or_packets():
+        for program, option, gone in ((args.events, "VORN_RECORD_PACKETS", "event rx_packet"),
+                                      (args.bringup, "VORN_RECORD_GETTERS", " vorn_get_")):
+            path = driver.record(program, "without.vrec", {option: "0"})
+            code, out, err = driver.replay("--print", path)
+            expect(code == 0 and gone not in out, "%s=0 leaves out %s" % (option, gone), out + err)
+            expect_clean(driver.replay(path), "a recording made with %s=0 replays" % option)
 
     def output_changed():
         recording = Recording(recorded("bringup", args.bringup))
@@ -283,6 +292,7 @@ def main():
             expect_clean(driver.replay(fixture), "the bring-up recorded on %s replays here" % machine)
 
     cases = [("bringup", bringup), ("c_program", c_program), ("callbacks_in_order", callbacks_in_order),
+             ("without_getters_or_packets", without_getters_or_packets),
              ("output_changed", output_changed), ("event_changed", event_changed),
              ("event_removed", event_removed), ("cut_file", cut_file), ("unreadable", unreadable),
              ("stop_at_first", stop_at_first), ("until", until), ("fixtures", fixtures)]
