@@ -291,10 +291,10 @@ void put_value(Sink& out, bool packets, const T& value)
 template <Kind K, std::size_t I, class Sink, class Args>
 void put_argument(Sink& out, bool packets, const Args& args)
 {
-    using T = Bare<std::tuple_element_t<I, Args>>;
+    using T = std::decay_t<std::tuple_element_t<I, Args>>;
     if constexpr (counted_array<K, T>) {
         static_assert(I + 1 < std::tuple_size_v<Args>, "a C array is followed by its count");
-        put_counted(out, std::get<I>(args), count_of(std::get<I + 1>(args)));
+        put_counted(out, static_cast<T>(std::get<I>(args)), count_of(std::get<I + 1>(args)));
     } else {
         put_value<K>(out, packets, std::get<I>(args));
     }
