@@ -34,11 +34,14 @@ if(VORN_BUILD_TESTS)
   # The test program is the host: it runs itself again with libvornrec
   # preloaded and reads the recording.  Under a cross build the emulator
   # runs the preloaded host (qemu-ppc -E LD_PRELOAD=...).
-  add_executable(vorn_rec_interpose_tests ${PROJECT_SOURCE_DIR}/tests/rec/interpose_test.cc)
+  add_executable(vorn_rec_interpose_tests ${PROJECT_SOURCE_DIR}/tests/rec/interpose_test.cc
+                                          ${PROJECT_SOURCE_DIR}/tests/count_allocations.cc)
   target_link_libraries(vorn_rec_interpose_tests PRIVATE vornlcapi "$<LINK_LIBRARY:WHOLE_ARCHIVE,vorn_sim>"
                                                          vorn_rec_format GTest::gtest)
-  target_include_directories(vorn_rec_interpose_tests PRIVATE ${PROJECT_SOURCE_DIR}/sim/include)
-  target_compile_options(vorn_rec_interpose_tests PRIVATE ${VORN_WARNINGS})
+  target_include_directories(vorn_rec_interpose_tests PRIVATE ${PROJECT_SOURCE_DIR}/sim/include
+                                                             ${PROJECT_SOURCE_DIR}/tests)
+  # It counts allocations: GCC pairs the replaced operators with malloc and free and warns of a mismatch.
+  target_compile_options(vorn_rec_interpose_tests PRIVATE ${VORN_WARNINGS} -Wno-mismatched-new-delete)
   set_target_properties(vorn_rec_interpose_tests PROPERTIES ENABLE_EXPORTS ON)
   add_dependencies(vorn_rec_interpose_tests vornrec)
   string(REPLACE ";" " " _vornrec_emulator "${CMAKE_CROSSCOMPILING_EMULATOR}")

@@ -6,6 +6,7 @@
 // VORNREC_TEST_SELF (this program), VORNREC_TEST_NM and
 // VORNREC_TEST_READELF (the target's binutils), VORNREC_TEST_EMULATOR (the
 // cross build's emulator command, empty natively).
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <link.h>
 #include <sys/stat.h>
@@ -25,11 +26,13 @@
 #include <utility>
 #include <vector>
 
+#include "count_allocations.hh"
 #include "format.hh"
 #include "values.hh"
 #include "vorn_api.hh"
 #include "vorn_capi.h"
 #include "vorn_sim.hh"
+#include "callbacks.hh"
 
 extern char** environ;
 
@@ -138,6 +141,94 @@ void host_many_calls()
     expect(vorn_lcmgr_api_terminate(), "vorn_lcmgr_api_terminate");
 }
 
+// Steady state: the same calls, counted; the test compares the count with
+// and without the recorder.
+void host_allocations()
+{
+    start_card();
+    unsigned int pvid = 0;
+    usp_s port = {1, 1, 4};
+    const auto calls = [&] {
+        for (int round = 0; round < 100; ++round) {
+            vorn_set_port_pvid(Usp(1, 1, 3), 1);
+            vorn_get_port_pvid(Usp(1, 1, 3), pvid);
+            ctype_vorn_set_port_pvid(&port, 1);
+            vorn_set_ports_pvid({Usp(1, 1, 5), Usp(1, 1, 6)}, 1);
+        }
+    };
+    calls();
+    std::printf("allocations %lu\n", vorn_test::allocations_of(calls));
+    expect(vorn_lcmgr_api_terminate(), "vorn_lcmgr_api_terminate");
+}
+
+// A forked child calls too, and exits: only the parent's calls are in the
+// file, and one end record.
+void host_fork()
+{
+    start_card();
+    expect(vorn_set_port_pvid(Usp(1, 1, 3), 1), "before the fork");
+    const pid_t child = fork();
+    if (child == 0) {
+        vorn_set_port_pvid(Usp(1, 1, 4), 1);
+        std::exit(0);
+    }
+    int status = 0;
+    expect(child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) &&
+               WEXITSTATUS(status) == 0,
+           "the child");
+    expect(vorn_set_port_pvid(Usp(1, 1, 5), 1), "after the fork");
+    expect(vorn_lcmgr_api_terminate(), "vorn_lcmgr_api_terminate");
+}
+
+template <class Function>
+Function recorder_switch(const char* name)
+{
+    void* found = dlsym(RTLD_DEFAULT, name);
+    expect(found != nullptr, std::string(name) + " not found");
+    return reinterpret_cast<Function>(found);
+}
+
+// vornsh's way: recording started and stopped by the host itself, the
+// callbacks registered before it started heard once it runs.
+void host_switches()
+{
+    const auto start = recorder_switch<int (*)(const char*)>("vornrec_start");
+    const auto stop = recorder_switch<int (*)()>("vornrec_stop");
+    const auto active = recorder_switch<int (*)()>("vornrec_active");
+    const auto error = recorder_switch<const char* (*)()>("vornrec_error");
+    if (!start || !stop || !active || !error) return;
+    start_card();
+    expect(vorn_register_link_change_callback(link_heard), "register link change");
+    expect(vorn_set_port_pvid(Usp(1, 1, 3), 1), "before the start");
+    expect(active() == 0, "active before the start");
+    expect(start("/no/such/directory/file.rec") == -1, "start into no directory");
+    std::printf("refused: %s\n", error());
+    expect(start(std::getenv("VORNREC_TEST_TARGET")) == 0, "start");
+    expect(active() == 1, "active after the start");
+    expect(vorn_sim::set_cable(Usp(1, 1, 3), false), "set_cable");
+    expect(vorn_set_port_pvid(Usp(1, 1, 4), 1), "while recording");
+    expect(stop() == 0 && active() == 0, "stop");
+    expect(vorn_set_port_pvid(Usp(1, 1, 5), 1), "after the stop");
+    expect(vorn_lcmgr_api_terminate(), "vorn_lcmgr_api_terminate");
+}
+
+// More distinct registrations than a pool has trampolines; the same one
+// twice takes no second trampoline.
+int heard_by_many = 0;
+void many_heard(L2Addr*, int, void* user_data) { heard_by_many += user_data != nullptr; }
+void host_many_callbacks()
+{
+    start_card();
+    static int tokens[40];
+    for (int n = 0; n < 40; ++n)
+        expect(vorn_register_mac_update_callback(many_heard, &tokens[n]), "register");
+    expect(!vorn_register_mac_update_callback(many_heard, &tokens[0]), "register again");
+    expect(vorn_add_ports_to_vlan(1, {}, {Usp(1, 1, 3)}), "vorn_add_ports_to_vlan");
+    expect(vorn_sim::receive_frame(Usp(1, 1, 3), 1, frame_from(station)), "receive_frame");
+    expect(heard_by_many == 40, "heard " + std::to_string(heard_by_many));
+    expect(vorn_lcmgr_api_terminate(), "vorn_lcmgr_api_terminate");
+}
+
 int run_host(const std::string& scenario)
 {
     if (scenario == "calls")
@@ -146,6 +237,14 @@ int run_host(const std::string& scenario)
         host_callbacks();
     else if (scenario == "many_calls")
         host_many_calls();
+    else if (scenario == "allocations")
+        host_allocations();
+    else if (scenario == "fork")
+        host_fork();
+    else if (scenario == "switches")
+        host_switches();
+    else if (scenario == "many_callbacks")
+        host_many_callbacks();
     else
         expect(false, "no scenario " + scenario);
     std::fflush(stdout);
@@ -549,6 +648,60 @@ TEST_F(Preloaded, PacketsOffLeavesReceivedFramesOut)
     for (const std::string& line : recording.lines)
         EXPECT_EQ(line.find("event rx_packet"), std::string::npos) << line;
     EXPECT_NE(out_.find("rx 1/1/3"), std::string::npos) << out_;
+}
+
+TEST_F(Preloaded, RecordingAllocatesNothingPerCall)
+{
+    record("allocations");
+    const std::string recorded = out_;
+    const Finished plain = run_preloaded("allocations", {}, false);
+    EXPECT_EQ(plain.status, 0) << plain.out << plain.err;
+    EXPECT_NE(recorded.find("allocations "), std::string::npos) << recorded;
+    EXPECT_EQ(recorded, plain.out);
+}
+
+TEST_F(Preloaded, ForkedChildWritesNothingIntoTheParentsFile)
+{
+    const Recording recording = record("fork");
+    const std::vector<std::string> expected = {
+        "vorn_lcmgr_api_init -> 1 line_card=48",
+        "vorn_set_port_pvid port=1/1/3 pvid=1 -> 1",
+        "vorn_set_port_pvid port=1/1/5 pvid=1 -> 1",
+        "vorn_lcmgr_api_terminate -> 1",
+        "end",
+    };
+    EXPECT_EQ(joined(recording.lines), joined(expected));
+}
+
+TEST_F(Preloaded, HostStartsAndStopsRecordingItself)
+{
+    const Finished finished =
+        run_preloaded("switches", {{"VORNREC_TEST_TARGET", path_}});
+    EXPECT_EQ(finished.status, 0) << finished.out << finished.err;
+    EXPECT_NE(finished.out.find("refused: "), std::string::npos) << finished.out;
+    EXPECT_NE(finished.out.find("/no/such/directory/file.rec"), std::string::npos) << finished.out;
+    const Recording recording = read_recording(path_);
+    ASSERT_TRUE(recording.opened) << recording.error;
+    const std::vector<std::string> expected = {
+        "event link_change 1/1/3 state=0 speed=2 duplex=1 (outside)",
+        "vorn_set_port_pvid port=1/1/4 pvid=1 -> 1",
+        "end",
+    };
+    EXPECT_EQ(joined(recording.lines), joined(expected));
+}
+
+TEST_F(Preloaded, CallbacksBeyondThePoolAreRegisteredUnrecordedWithANote)
+{
+    const Recording recording = record("many_callbacks");
+    std::size_t notes = 0, events = 0, registrations = 0;
+    for (const std::string& line : recording.lines) {
+        notes += line == "note";
+        events += line.find("event mac_update") == 0;
+        registrations += line.find("vorn_register_mac_update_callback") == 0;
+    }
+    EXPECT_EQ(registrations, 41u);
+    EXPECT_EQ(notes, 40u - vorn_rec::trampolines_per_type);
+    EXPECT_EQ(events, vorn_rec::trampolines_per_type);
 }
 
 // --- What libvornrec exports -----------------------------------------------------
