@@ -339,7 +339,7 @@ Finished run_preloaded(const std::string& scenario, const Environment& variables
     if (child == 0) {
         std::freopen(out_path.c_str(), "w", stdout);
         std::freopen(err_path.c_str(), "w", stderr);
-        execve(c_argv[0], c_argv.data(), c_env.data());
+        execvpe(c_argv[0], c_argv.data(), c_env.data());
         std::fprintf(stderr, "cannot run %s\n", c_argv[0]);
         _exit(127);
     }
