@@ -79,11 +79,11 @@ struct Wrap<F> {
             return register_call(args...);
         } else {
             if (!recorder().active()) return forward(args...);
+            CallScope scope;  // a getter left out still hides the calls it makes
+            if (!scope.outermost()) return forward(args...);
             if constexpr (Info::getter) {
                 if (recorder().options() & Options::no_getters) return forward(args...);
             }
-            CallScope scope;
-            if (!scope.outermost()) return forward(args...);
             return recorded(args...);
         }
     }

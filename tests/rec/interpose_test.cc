@@ -9,6 +9,7 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <link.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -337,6 +338,7 @@ Finished run_preloaded(const std::string& scenario, const Environment& variables
     std::fflush(nullptr);
     const pid_t child = fork();
     if (child == 0) {
+        setpgid(0, 0);
         std::freopen(out_path.c_str(), "w", stdout);
         std::freopen(err_path.c_str(), "w", stderr);
         execvpe(c_argv[0], c_argv.data(), c_env.data());
@@ -345,10 +347,25 @@ Finished run_preloaded(const std::string& scenario, const Environment& variables
     }
     Finished finished;
     int status = 0;
-    if (child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status))
-        finished.status = WEXITSTATUS(status);
+    // A host that hangs (a lock a forked child never gets back) is stopped
+    // after two minutes, its children with it, and fails.
+    for (int waited = 0; child > 0; ++waited) {
+        const pid_t done = waitpid(child, &status, WNOHANG);
+        if (done == child) {
+            if (WIFEXITED(status)) finished.status = WEXITSTATUS(status);
+            break;
+        }
+        if (done < 0) break;
+        if (waited == 120 * 100) {
+            kill(-child, SIGKILL);
+            waitpid(child, &status, 0);
+            finished.err = "stopped after two minutes\n";
+            break;
+        }
+        usleep(10000);
+    }
     finished.out = read_file(out_path);
-    finished.err = read_file(err_path);
+    finished.err += read_file(err_path);
     return finished;
 }
 
