@@ -12,12 +12,15 @@
 //                          output list by the count argument after it);
 //                          recorded absent: null
 //   a callback             the replayer's own observer of the same type
-//   user data              null (the recorded address means nothing here)
+//   user data              null (the recorded address means nothing here),
+//                          but traverse_mac_table's visitor is one that
+//                          looks at nothing
+// An SDK slot is called on the host's SDK object directly.
+#include <algorithm>
 #include <cstring>
 #include <list>
 #include <map>
 #include <memory>
-#include <algorithm>
 #include <tuple>
 #include <type_traits>
 #include <utility>
@@ -179,11 +182,6 @@ template <Kind K, std::size_t N>
 void read_payload(Cursor& in, KindTag<K>, unsigned char (&bytes)[N])
 {
     in.bytes(bytes, N);
-}
-
-inline void read_payload(Cursor& in, KindTag<Kind::vlan_bitmap>, std::vector<unsigned char>& bitmap)
-{
-    in.bytes(bitmap.data(), bitmap.size());
 }
 
 // A packet's bytes, or as many zeros as its length when the recording left
@@ -392,8 +390,8 @@ template <class P, Dir D, Kind K>
 struct Arg<P, D, K,
            std::enable_if_t<std::is_pointer_v<P> && K != Kind::callback &&
                             K != Kind::user_data>> {
-    using Item = std::conditional_t<std::is_void_v<std::remove_pointer_t<P>>, unsigned char,
-                                    std::remove_cv_t<std::remove_pointer_t<P>>>;
+    using Item = std::remove_cv_t<std::remove_pointer_t<P>>;
+    static_assert(!std::is_void_v<Item>, "an untyped pointer is a callback or user data");
     using Held = std::conditional_t<K == Kind::packet, CPacket, Item>;
     std::unique_ptr<Held[]> items;
     std::size_t size = 0;
@@ -433,9 +431,7 @@ struct Arg<P, D, K,
                 context.failure = "count " + std::to_string(count) + " is beyond any array";
                 return;
             }
-            // Untyped (void*) counters: room for the largest record.
-            const std::size_t per_item = std::is_same_v<Item, unsigned char> ? sizeof(StatCounter64) : 1;
-            allocate(static_cast<std::size_t>(room) * per_item);
+            allocate(static_cast<std::size_t>(room));
         }
     }
 
