@@ -202,6 +202,15 @@ bool compared(Kind kind, std::uint32_t options)
     return !(kind == Kind::packet && (options & Options::no_packets));
 }
 
+// A note record's time and text; false when it is cut short.
+bool note_text(const Record& record, std::uint64_t& time, std::string& text)
+{
+    Cursor body = record.body;
+    time = body.u64();
+    text.assign(body.u16(), '\0');
+    return body.bytes(&text[0], text.size());
+}
+
 struct Records {
     Reader reader;
     std::vector<Record> list;
@@ -305,10 +314,9 @@ void Replayer::run()
             ++events_;
             event(position);
         } else if (record.type == RecordType::note && !settings_.quiet) {
-            Cursor body = record.body;
-            body.u64();
-            std::string text(body.u16(), '\0');
-            if (body.bytes(&text[0], text.size())) out_ << "note: record " << record.index << ": " << text << "\n";
+            std::uint64_t time = 0;
+            std::string text;
+            if (note_text(record, time, text)) out_ << "note: record " << record.index << ": " << text << "\n";
         }
     }
     if (!stopped_first_) left_over(last_, pending_);
@@ -572,12 +580,11 @@ std::string event_line(const Record& record)
 
 std::string other_line(const Record& record)
 {
-    Cursor body = record.body;
-    const std::string time = seconds_text(body.u64());
-    if (record.type == RecordType::end) return time + " end";
-    std::string text(body.u16(), '\0');
-    if (!body.bytes(&text[0], text.size())) return time + " note (cut short)";
-    return time + " note \"" + text + "\"";
+    std::uint64_t time = 0;
+    std::string text;
+    const bool whole = note_text(record, time, text);
+    if (record.type == RecordType::end) return seconds_text(time) + " end";
+    return seconds_text(time) + (whole ? " note \"" + text + "\"" : " note (cut short)");
 }
 
 }  // namespace

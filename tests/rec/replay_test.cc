@@ -88,6 +88,12 @@ public:
         return *this;
     }
 
+    Recording& note(const std::string& text)
+    {
+        writer_.note(0, text);
+        return *this;
+    }
+
     Recording& unknown_record()
     {
         writer_.begin(static_cast<RecordType>(77), 0, 0);
@@ -291,7 +297,7 @@ TEST(Replay, PrintsOneLinePerRecord)
     Recording recording(names);
     card_up(recording).call(get_pvid, 1, port_3, [](Writer& out) { pvid(out, 10); }, 1234000, 800);
     recording.event(EventKind::link_change, RecordFlag::during_call, link_down_at_5).unknown_record();
-    recording.call(frobnicate, 0, nullptr);
+    recording.call(frobnicate, 0, nullptr).note("size cap reached: recording stopped");
     const std::string path = recording.close();
     const std::vector<std::size_t> found = indexes(path);
     std::ostringstream out, err;
@@ -302,10 +308,23 @@ TEST(Replay, PrintsOneLinePerRecord)
           "#" + std::to_string(found[2]) +
               " +0.000000 event link_change port=1/1/5 state=0 speed=2 duplex=1 (during call)\n",
           "#" + std::to_string(found[3]) + " +0.000000 vorn_frobnicate (not an entry point of this library)\n",
+          "#" + std::to_string(found[3] + 1) + " +0.000000 note \"size cap reached: recording stopped\"\n",
           std::string("1 of unknown types skipped\n")}) {
         EXPECT_NE(printed.find(line), std::string::npos) << "no line " << line << "in\n" << printed;
     }
     EXPECT_EQ(printed.rfind("recording: format 1, library ", 0), 0u) << printed;
+}
+
+TEST(Replay, PassesTheRecordersNotesOn)
+{
+    Recording recording(names);
+    card_up(recording).note("size cap reached: recording stopped");
+    const std::string path = recording.close();
+    const Replayed replayed = replay(path);
+    EXPECT_EQ(replayed.status, replay_matched) << replayed.out;
+    const std::string line = "note: record " + std::to_string(indexes(path).at(0) + 1) +
+                             ": size cap reached: recording stopped\n";
+    EXPECT_NE(replayed.out.find(line), std::string::npos) << replayed.out;
 }
 
 TEST(Replay, AFileThatIsNoRecordingIsUnreadable)
