@@ -116,9 +116,10 @@ bool settings_from_environment(const std::string& path, Writer::Settings& settin
     return true;
 }
 
+// The new file is opened before the running recording (if any) is closed:
+// a file that cannot be opened leaves that recording running.
 bool Recorder::start(const Writer::Settings& settings, std::string& why)
 {
-    stop();
     Writer* writer = new Writer();
     if (!writer->open(settings, entry_names())) {
         why = writer->error();
@@ -126,11 +127,14 @@ bool Recorder::start(const Writer::Settings& settings, std::string& why)
         return false;
     }
     lock();
+    Writer* previous = open_writer;
+    if (previous) previous->close(now());
     open_writer = writer;
     options_ = settings.options;
     clock_base = monotonic_ns();
     active_.store(true, std::memory_order_release);
     unlock();
+    delete previous;
     return true;
 }
 

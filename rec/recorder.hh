@@ -35,8 +35,8 @@ bool settings_from_environment(const std::string& path, Writer::Settings& settin
 class Recorder {
 public:
     // Opens the file (header and names record: entry_names()) and starts
-    // recording.  False with `why` when it cannot; a recording already
-    // running is stopped first.
+    // recording.  False with `why` when it cannot, and a recording already
+    // running goes on; otherwise that one is closed (end record) first.
     bool start(const Writer::Settings& settings, std::string& why);
     // Writes the end record, flushes and closes.
     void stop();

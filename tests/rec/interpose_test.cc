@@ -206,6 +206,8 @@ void host_switches()
     std::printf("refused: %s\n", error());
     expect(start(std::getenv("VORNREC_TEST_TARGET")) == 0, "start");
     expect(active() == 1, "active after the start");
+    expect(start("/no/such/directory/other.rec") == -1 && active() == 1,
+           "a refused start leaves the recording running");
     expect(vorn_sim::set_cable(Usp(1, 1, 3), false), "set_cable");
     expect(vorn_set_port_pvid(Usp(1, 1, 4), 1), "while recording");
     expect(stop() == 0 && active() == 0, "stop");
