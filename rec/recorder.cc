@@ -17,7 +17,8 @@ namespace vorn_rec {
 namespace {
 
 std::mutex recorder_lock;
-Writer* open_writer = nullptr;  // while active; abandoned (never flushed) in a forked child
+Writer* open_writer = nullptr;     // while active
+Writer* parents_writer = nullptr;  // a forked child's copy of it: never flushed, never freed
 std::uint64_t clock_base = 0;   // monotonic ns at start
 char last_error[512];  // no destructor: read by vornrec_error() at any time
 Recorder the_recorder;
@@ -79,7 +80,8 @@ bool parse_switch(const std::string& text, bool& on)
 
 void forget_in_child()
 {
-    // The parent's file and buffer are the parent's: drop them unwritten.
+    // The parent's file and buffer are the parent's: kept, never written.
+    parents_writer = open_writer;
     open_writer = nullptr;
     recorder_lock.unlock();
     the_recorder.stop();
