@@ -76,14 +76,6 @@ struct KindCase {
     std::vector<std::string> expected;
 };
 
-bool low_byte_two()
-{
-    bool flag = false;
-    const unsigned char two = 2;
-    std::memcpy(&flag, &two, 1);
-    return flag;
-}
-
 const unsigned char mac[6] = {0x00, 0x1b, 0x21, 0x0a, 0x0b, 0x0c};
 
 std::vector<unsigned char> ipv6(unsigned char last)
@@ -138,8 +130,8 @@ TEST(PutValues, EveryKindReadsBackToItsTextInBothByteOrders)
     const std::string data_address = vorn_meta::encode<Kind::user_data>(static_cast<void*>(&user_data));
 
     const std::vector<KindCase> cases = {
-        {"usp and unsigned number", [](OrderSink& s) { vorn_rec::put_inputs<kinds::set_port_pvid>(s, true, Usp(1, 1, 3), 10u); },
-         {Kind::usp, Kind::number}, {"1/1/3", "10"}},
+        {"usp and unsigned number", [](OrderSink& s) { vorn_rec::put_inputs<kinds::set_port_pvid>(s, true, Usp(2, 1, 3), 10u); },
+         {Kind::usp, Kind::number}, {"2/1/3", "10"}},
         {"negative int sign-extended", [](OrderSink& s) { vorn_rec::put_inputs<kinds::set_port_mac_limit>(s, true, Usp(1, 1, 3), -5); },
          {Kind::usp, Kind::number}, {"1/1/3", "-5"}},
         {"enumeration", [](OrderSink& s) { vorn_rec::put_inputs<kinds::set_port_stp_state>(s, true, Usp(1, 1, 3), STP_STATE_FORWARDING); },
@@ -149,7 +141,11 @@ TEST(PutValues, EveryKindReadsBackToItsTextInBothByteOrders)
          {Kind::number}, {"1099511627776"}},
         {"flags", [](OrderSink& s) { vorn_rec::put_inputs<kinds::set_port_mac_lock_ext>(s, true, Usp(1, 1, 3), true, false); },
          {Kind::usp, Kind::flag, Kind::flag}, {"1/1/3", "true", "false"}},
-        {"a flag by its low byte", [](OrderSink& s) { vorn_rec::put_inputs<c_kinds::clear_fdb_table>(s, true, low_byte_two()); },
+        {"a flag by its low byte", [](OrderSink& s) {
+             bool flag;  // a byte of 2, as a C caller may leave it: never loaded as a bool
+             const unsigned char two = 2;
+             std::memcpy(&flag, &two, 1);
+             vorn_rec::put_inputs<c_kinds::clear_fdb_table>(s, true, flag); },
          {Kind::flag}, {"true"}},
         {"text", [](OrderSink& s) { vorn_rec::put_inputs<kinds::set_lcmgr_trace>(s, true, std::string("trace \"all\"\n"), true); },
          {Kind::text, Kind::flag}, {"\"trace \\\"all\\\"\\n\"", "true"}},
@@ -160,8 +156,8 @@ TEST(PutValues, EveryKindReadsBackToItsTextInBothByteOrders)
              vorn_rec::put_inputs<sdk_kinds::add_ports_to_vlan>(s, true, 10u, tagged, untagged); },
          {Kind::number, Kind::port_list, Kind::port_list}, {"10", "[0:1,0:2]", "[]"}},
         {"usp list", [](OrderSink& s) {
-             vorn_rec::put_inputs<kinds::set_ports_pvid>(s, true, std::list<Usp>{Usp(1, 1, 1), Usp(1, 1, 2)}, 20u); },
-         {Kind::usp_list, Kind::number}, {"[1/1/1,1/1/2]", "20"}},
+             vorn_rec::put_inputs<kinds::set_ports_pvid>(s, true, std::list<Usp>{Usp(1, 2, 1), Usp(3, 1, 2)}, 20u); },
+         {Kind::usp_list, Kind::number}, {"[1/2/1,3/1/2]", "20"}},
         {"C port array takes the count after it", [&](OrderSink& s) {
              vorn_rec::put_inputs<c_kinds::set_port_flood_blocking_cpu>(s, true, ports, 2, FLOOD_BLOCK_UNKNOWN_UNICAST); },
          {Kind::usp_list, Kind::number, Kind::number}, {"[1/1/1,1/1/2]", "2", std::to_string(FLOOD_BLOCK_UNKNOWN_UNICAST)}},
