@@ -402,28 +402,61 @@ bool Writer::open(const Settings& settings, const std::vector<std::string>& name
 bool Writer::is_open() const { return state_->fd >= 0; }
 const std::string& Writer::error() const { return state_->error; }
 
-void Writer::begin(RecordType type, std::uint8_t flags, std::uint16_t entry) { state_->start_record(type, flags, entry); }
-void Writer::put_u8(std::uint8_t value) { state_->put(&value, sizeof value); }
-void Writer::put_u16(std::uint16_t value) { state_->put(&value, sizeof value); }
-void Writer::put_u32(std::uint32_t value) { state_->put(&value, sizeof value); }
-void Writer::put_u64(std::uint64_t value) { state_->put(&value, sizeof value); }
-void Writer::put_bytes(const void* data, std::size_t size) { state_->put(data, size); }
+void Writer::sync_window()
+{
+    if (window_at_) state_->record_size = static_cast<std::size_t>(window_at_ - state_->record());
+}
+
+void Writer::reopen_window()
+{
+    State& s = *state_;
+    if (s.composing && !s.spilled) {
+        window_at_ = s.record() + s.record_size;
+        window_end_ = s.buffer.data() + s.buffer.size();
+    } else {
+        window_at_ = window_end_ = nullptr;
+    }
+}
+
+void Writer::begin(RecordType type, std::uint8_t flags, std::uint16_t entry)
+{
+    sync_window();
+    state_->start_record(type, flags, entry);
+    reopen_window();
+}
+
+void Writer::put_slow(const void* data, std::size_t size)
+{
+    sync_window();
+    state_->put(data, size);
+    reopen_window();
+}
 
 void Writer::patch_u32(std::size_t offset, std::uint32_t value)
 {
+    sync_window();
     State& s = *state_;
     if (s.composing && offset >= record_head_size && offset + 4 <= s.record_size)
         std::memcpy(s.record() + offset, &value, 4);
 }
 
-std::size_t Writer::record_size() const { return state_->composing ? state_->record_size : 0; }
+std::size_t Writer::record_size() const
+{
+    if (window_at_) return static_cast<std::size_t>(window_at_ - state_->record());
+    return state_->composing ? state_->record_size : 0;
+}
 
 void Writer::set_flags(std::uint8_t flags)
 {
     if (state_->composing) state_->record()[5] = flags;
 }
 
-void Writer::commit(std::uint64_t now) { state_->commit(now); }
+void Writer::commit(std::uint64_t now)
+{
+    sync_window();
+    window_at_ = window_end_ = nullptr;
+    state_->commit(now);
+}
 
 void Writer::note(std::uint64_t now, const std::string& text)
 {

@@ -138,11 +138,11 @@ public:
     // record's time in ns since start: the writer uses it for the periodic
     // flush.  A record larger than the buffer is written straight through.
     void begin(RecordType type, std::uint8_t flags, std::uint16_t entry);
-    void put_u8(std::uint8_t value);
-    void put_u16(std::uint16_t value);
-    void put_u32(std::uint32_t value);
-    void put_u64(std::uint64_t value);
-    void put_bytes(const void* data, std::size_t size);
+    void put_u8(std::uint8_t value) { put(&value, sizeof value); }
+    void put_u16(std::uint16_t value) { put(&value, sizeof value); }
+    void put_u32(std::uint32_t value) { put(&value, sizeof value); }
+    void put_u64(std::uint64_t value) { put(&value, sizeof value); }
+    void put_bytes(const void* data, std::size_t size) { put(data, size); }
     // Overwrites 4 bytes already put at `offset` from the record's start
     // (a count known only after its items, a result known after the call).
     void patch_u32(std::size_t offset, std::uint32_t value);
@@ -161,7 +161,26 @@ public:
 
 private:
     struct State;
+
+    // The record being composed is appended in place while it fits in the
+    // buffer: one bounds check and a copy per value, inline.  Everything
+    // else (room, spill, rotation) is the slow path's.
+    void put(const void* data, std::size_t size)
+    {
+        if (size != 0 && size <= static_cast<std::size_t>(window_end_ - window_at_)) {
+            std::memcpy(window_at_, data, size);
+            window_at_ += size;
+        } else {
+            put_slow(data, size);
+        }
+    }
+    void put_slow(const void* data, std::size_t size);
+    void sync_window();    // the state's record size from the window
+    void reopen_window();  // the window from the state
+
     State* state_;
+    unsigned char* window_at_ = nullptr;
+    unsigned char* window_end_ = nullptr;
 };
 
 // --- Reading --------------------------------------------------------------

@@ -97,9 +97,34 @@ private:
             return result == 1;
     }
 
+    // Whether the call writes an argument it also reads: only then are the
+    // inputs put aside before the call; otherwise they go straight into the
+    // record after it.
+    static constexpr bool overwrites_inputs()
+    {
+        for (std::size_t i = 0; i < sizeof...(A); ++i)
+            if (Info::kinds[i].dir == vorn_meta::Dir::in_out) return true;
+        return false;
+    }
+
     static R recorded(A... args)
     {
         const bool packets = !(recorder().options() & Options::no_packets);
+        if constexpr (!overwrites_inputs()) {
+            const std::uint64_t start = recorder().now();
+            const R result = forward(args...);
+            const std::uint64_t end = recorder().now();
+            const bool ok = succeeded(result);
+            recorder().write(RecordType::call, ok ? RecordFlag::outputs : 0, Info::index, start,
+                             [&](Writer& out) {
+                                 out.put_u64(start);
+                                 out.put_u32(static_cast<std::uint32_t>(end - start));
+                                 out.put_u32(static_cast<std::uint32_t>(result));
+                                 put_inputs<Info::kinds>(out, packets, args...);
+                                 if (ok) put_outputs<Info::kinds>(out, packets, args...);
+                             });
+            return result;
+        }
         ByteSink& inputs = input_scratch();
         inputs.clear();
         put_inputs<Info::kinds>(inputs, packets, args...);

@@ -78,7 +78,10 @@ public:
 private:
     static int& depth()
     {
-        static thread_local int calls = 0;
+        // Initial-exec: the recorder is preloaded or linked, never opened
+        // late, so the depth is a fixed offset from the thread pointer
+        // instead of a __tls_get_addr call on every entry point.
+        static thread_local int calls __attribute__((tls_model("initial-exec"))) = 0;
         return calls;
     }
     bool outermost_;
