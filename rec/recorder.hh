@@ -43,8 +43,28 @@ public:
     bool active() const { return active_.load(std::memory_order_relaxed); }
     std::uint32_t options() const { return options_; }
 
-    // Nanoseconds since the recording started (monotonic clock).
-    std::uint64_t now() const;
+    // Nanoseconds since the recording started: the processor's cycle counter
+    // (time stamp counter, time base) scaled by a rate measured against the
+    // monotonic clock when the recording starts; the monotonic clock itself
+    // where there is no counter.  A counter read costs a third of a clock
+    // read, and every recorded call takes two.
+    std::uint64_t now() const
+    {
+        if (ns_per_tick_ > 0)
+            return static_cast<std::uint64_t>(static_cast<double>(ticks() - tick_base_) *
+                                              ns_per_tick_);
+        return clock_now();
+    }
+    static std::uint64_t ticks()
+    {
+#if defined(__x86_64__) || defined(__i386__)
+        return __builtin_ia32_rdtsc();
+#elif defined(__powerpc__)
+        return __builtin_ppc_get_timebase();
+#else
+        return 0;
+#endif
+    }
 
     // Writes one record under the recorder's lock: compose(writer) puts the
     // body between begin() and commit().  Nothing when not active.
@@ -56,6 +76,11 @@ private:
     void lock();
     void unlock();
     Writer& writer();
+    std::uint64_t clock_now() const;
+    void calibrate();
+
+    double ns_per_tick_ = 0;  // 0: no usable counter, the clock is read
+    std::uint64_t tick_base_ = 0;
 
     std::atomic<bool> active_{false};
     std::uint32_t options_ = 0;
