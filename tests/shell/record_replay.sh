@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# vornsh records its own session (`record FILE`, libvornrec linked ahead of
+# vornsh records its own session (`record FILE`, the recorder linked in ahead of
 # libvornlcapi) and vorn-replay replays the file onto a fresh reference host
 # with every result and output matching.  Also: the recording's options come
 # from the environment, a bad one is refused with no file made, and a
