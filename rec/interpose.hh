@@ -110,24 +110,12 @@ private:
     static R recorded(A... args)
     {
         const bool packets = !(recorder().options() & Options::no_packets);
-        if constexpr (!overwrites_inputs()) {
-            const std::uint64_t start = recorder().now();
-            const R result = forward(args...);
-            const std::uint64_t end = recorder().now();
-            const bool ok = succeeded(result);
-            recorder().write(RecordType::call, ok ? RecordFlag::outputs : 0, Info::index, start,
-                             [&](Writer& out) {
-                                 out.put_u64(start);
-                                 out.put_u32(static_cast<std::uint32_t>(end - start));
-                                 out.put_u32(static_cast<std::uint32_t>(result));
-                                 put_inputs<Info::kinds>(out, packets, args...);
-                                 if (ok) put_outputs<Info::kinds>(out, packets, args...);
-                             });
-            return result;
+        [[maybe_unused]] ByteSink* inputs = nullptr;
+        if constexpr (overwrites_inputs()) {
+            inputs = &input_scratch();
+            inputs->clear();
+            put_inputs<Info::kinds>(*inputs, packets, args...);
         }
-        ByteSink& inputs = input_scratch();
-        inputs.clear();
-        put_inputs<Info::kinds>(inputs, packets, args...);
         const std::uint64_t start = recorder().now();
         const R result = forward(args...);
         const std::uint64_t end = recorder().now();
@@ -137,7 +125,10 @@ private:
                              out.put_u64(start);
                              out.put_u32(static_cast<std::uint32_t>(end - start));
                              out.put_u32(static_cast<std::uint32_t>(result));
-                             out.put_bytes(inputs.bytes().data(), inputs.bytes().size());
+                             if constexpr (overwrites_inputs())
+                                 out.put_bytes(inputs->bytes().data(), inputs->bytes().size());
+                             else
+                                 put_inputs<Info::kinds>(out, packets, args...);
                              if (ok) put_outputs<Info::kinds>(out, packets, args...);
                          });
         return result;
