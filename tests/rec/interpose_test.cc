@@ -86,6 +86,13 @@ void host_calls()
     expect(vorn_add_ports_to_vlan(10, {Usp(1, 1, 1)}, {Usp(1, 1, 2)}), "vorn_add_ports_to_vlan");
     std::list<Usp> tagged, untagged;
     expect(vorn_get_vlan_info(10, tagged, untagged) && tagged.size() == 1, "vorn_get_vlan_info");
+    // The counts are read (room for 8) and then written (1 each): the record
+    // keeps the 8 the call read.
+    usp_s tagged_c[8], untagged_c[8];
+    unsigned int tagged_count = 8, untagged_count = 8;
+    expect(ctype_vorn_get_vlan_info(10, tagged_c, &tagged_count, untagged_c, &untagged_count) == 1 &&
+               tagged_count == 1,
+           "ctype_vorn_get_vlan_info");
     expect(!vorn_get_port_pvid(Usp(1, 1, 99), pvid), "vorn_get_port_pvid of no port");
     const unsigned char bytes[4] = {0xde, 0xad, 0xbe, 0xef};
     ctype_packet_s packet = {sizeof bytes, 0, bytes};
@@ -477,6 +484,8 @@ const std::vector<std::string> calls_recorded = {
     "ctype_vorn_get_port_pvid port=1/1/4 -> 1 pvid=10",
     "vorn_add_ports_to_vlan vlan=10 tagged=[1/1/1] untagged=[1/1/2] -> 1",
     "vorn_get_vlan_info vlan=10 -> 1 tagged=[1/1/1] untagged=[1/1/2]",
+    "ctype_vorn_get_vlan_info vlan=10 tagged_count=8 untagged_count=8 -> 1 tagged=[1/1/1] "
+    "tagged_count=1 untagged=[1/1/2] untagged_count=1",
     "vorn_get_port_pvid port=1/1/99 -> 0",
     "ctype_vorn_send_packet_from_cpu packet=PACKET -> 1",
     "vorn_lcmgr_api_terminate -> 1",
