@@ -1,0 +1,3 @@
+"""Python over libvornlcapi and the reference host (a virtual line card)."""
+
+from ._library import ffi
