@@ -740,7 +740,8 @@ void DataPlane::egress(Walk& w, const Mp& port, const Out& out, Tagging tagging,
     if (!m_.ports_.physical(port)) return;
     const unsigned int index = m_.ports_.index_of(port);
     PortState* s = &m_.ports_.at(index);
-    const Usp usp = w.result ? m_.usp_of(port, false) : Usp();  // only a result names the port
+    // Only a result or the host's unreported hook names the port.
+    const Usp usp = w.result || m_.hooks_.unreported_egress ? m_.usp_of(port, false) : Usp();
     auto dropped = [&](const std::string& why) {
         if (w.commit && s->stats_enabled) ++s->counters[STAT_IF_OUT_DISCARDS];
         VORN_NOTE(w, "egress ", usp, ": dropped, ", why);
@@ -802,6 +803,7 @@ void DataPlane::transmit(Walk& w, unsigned int index, const Usp& usp, const unsi
         }
     }
     if (w.result) w.result->egress.push_back(EgressFrame{usp, std::vector<unsigned char>(data, data + size)});
+    else if (w.commit && m_.hooks_.unreported_egress) m_.hooks_.unreported_egress(usp, data, size);
 }
 
 void DataPlane::mirror(Walk& w, const PortState& source, bool ingress_side, const unsigned char* data,
@@ -829,6 +831,7 @@ void DataPlane::to_cpu(Walk& w, const char* reason, const std::string& detail)
     if (w.result)
         w.result->to_cpu.push_back(
             CpuFrame{w.in_usp, w.vlan, reason, std::vector<unsigned char>(w.f.data, w.f.data + w.f.size)});
+    else if (w.commit && m_.hooks_.unreported_cpu) m_.hooks_.unreported_cpu(w.in_usp, w.vlan, reason, w.f.data, w.f.size);
 }
 
 bool DataPlane::drop(Walk& w, const std::string& reason)

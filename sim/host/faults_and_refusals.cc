@@ -77,6 +77,14 @@ ModelHooks host_hooks()
         if (host().trace) *host().trace << line << "\n";
     };
     hooks.lag_interface = [](unsigned int lag_id, Usp& lag) { return vornsdk_lag_id_to_lag_usp(lag_id, lag); };
+    // Looked up at each frame: the C interface may start listening after the card is up.
+    hooks.unreported_egress = [](const Usp& port, const unsigned char* data, std::size_t size) {
+        if (host().unreported_egress) host().unreported_egress(port, data, size);
+    };
+    hooks.unreported_cpu = [](const Usp& port, unsigned int vlan, const char* reason, const unsigned char* data,
+                              std::size_t size) {
+        if (host().unreported_cpu) host().unreported_cpu(port, vlan, reason, data, size);
+    };
     return hooks;
 }
 

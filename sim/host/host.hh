@@ -4,6 +4,8 @@
 #ifndef VORN_SIM_HOST_HH
 #define VORN_SIM_HOST_HH
 
+#include <cstddef>
+#include <functional>
 #include <map>
 #include <memory>
 #include <ostream>
@@ -32,6 +34,11 @@ struct Host {
     unsigned long refusals = 0;
     Refusal last_refusal;
     std::map<int, std::string> reasons;  // by SDK slot
+    // Where the models' unreported frames go (ModelHooks); empty: nowhere.
+    // Set by a host interface that hands them on (the C interface), kept
+    // across resets.
+    decltype(ModelHooks::unreported_egress) unreported_egress;
+    decltype(ModelHooks::unreported_cpu) unreported_cpu;
 };
 
 Host& host();

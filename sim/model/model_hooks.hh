@@ -6,6 +6,7 @@
 #ifndef VORN_SIM_MODEL_HOOKS_HH
 #define VORN_SIM_MODEL_HOOKS_HH
 
+#include <cstddef>
 #include <functional>
 #include <string>
 
@@ -26,6 +27,13 @@ struct ModelHooks {
     std::function<void(const std::string& line)> trace;
     // The interface a LAG id is mapped to, for MAC events of LAG entries.
     std::function<bool(unsigned int lag_id, Usp& lag)> lag_interface;
+    // Frames that leave a port or reach the CPU while no result is asked
+    // for (frames the CPU sends, frames served from Linux interfaces), for a
+    // host that hands them on; `reason` as in CpuFrame.
+    std::function<void(const Usp& port, const unsigned char* data, std::size_t size)> unreported_egress;
+    std::function<void(const Usp& port, unsigned int vlan, const char* reason, const unsigned char* data,
+                       std::size_t size)>
+        unreported_cpu;
 };
 
 }  // namespace vorn_sim
