@@ -4,6 +4,8 @@
 #   libvornlcapi-dev           development: headers, libvornlcapi.so, .pc, CMake package
 #   vornlcapi-reference-host   reference-host: vornsh, the reference host library
 #                              and the stand-in event loop with their headers
+#   python3-vornlcapi          python: the Python package over the library and
+#                              the reference host, with its pytest plugin
 # A cross build packages for its target's architecture; dpkg-shlibdeps only
 # knows the build machine's libraries, so a cross build names its run-time
 # dependencies itself.
@@ -12,6 +14,7 @@ set(VORN_DEB_MAINTAINER "vornlcapi developers <vornlcapi@vorn.example.org>")
 set(VORN_DEB_RUNTIME libvornlcapi0)
 set(VORN_DEB_DEVELOPMENT libvornlcapi-dev)
 set(VORN_DEB_REFERENCE_HOST vornlcapi-reference-host)
+set(VORN_DEB_PYTHON python3-vornlcapi)
 
 # Every package carries the copyright file and the changelog that Debian's
 # policy asks for, in /usr/share/doc/<package>.
@@ -20,6 +23,9 @@ execute_process(COMMAND gzip -9 -n -c ${CMAKE_CURRENT_LIST_DIR}/debian/changelog
 set(_vorn_deb_components runtime development)
 if(VORN_XORP_STANDIN)
   list(APPEND _vorn_deb_components reference-host)
+endif()
+if(VORN_PYTHON_PACKAGE)  # python/install.cmake was included
+  list(APPEND _vorn_deb_components python)
 endif()
 foreach(component IN LISTS _vorn_deb_components)
   string(TOUPPER ${component} COMPONENT)
@@ -61,6 +67,7 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS runtime)
 set(CPACK_COMPONENT_REFERENCE-HOST_DEPENDS runtime development)
+set(CPACK_COMPONENT_PYTHON_DEPENDS runtime reference-host)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 # Only the runtime package holds a shared library: its shlibs file, and the
@@ -88,6 +95,21 @@ library and any control plane written against it run on an ordinary Linux
 machine.  Includes vornsh, a shell that calls every entry point, and the
 static libraries, headers and vorn-sim.pc to link the virtual line card into
 a host program.")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+# The package loads both libraries by path (no ELF file of its own for
+# dpkg-shlibdeps to read); its modules are compiled by postinst, not shipped.
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3, python3-cffi")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS "python3-pytest, python3-scapy")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
+    ${CMAKE_CURRENT_LIST_DIR}/debian/python3-vornlcapi/postinst
+    ${CMAKE_CURRENT_LIST_DIR}/debian/python3-vornlcapi/prerm)
+set(CPACK_DEBIAN_PYTHON_DESCRIPTION "Python tests of control planes over libvornlcapi
+The Python package vornlcapi drives libvornlcapi and its virtual line card
+from Python: every C entry point of the library as a call with Python
+values, families for VLANs, ports, LAGs, the MAC table, L3, flows and
+filters, frames injected into the card's ports and what came out of them,
+and the card's events.  Its pytest plugin gives tests a fresh card and its
+ports per test, with helpers that check which frames left which port.")
 
 if(CMAKE_CROSSCOMPILING)
   if(CMAKE_SYSTEM_PROCESSOR STREQUAL "powerpc")

@@ -79,7 +79,6 @@ file(WRITE ${CMAKE_BINARY_DIR}/${_vorn_dist_info}/entry_points.txt
 "[pytest11]
 vornlcapi.pytest_plugin = vornlcapi.pytest_plugin
 ")
-file(WRITE ${CMAKE_BINARY_DIR}/${_vorn_dist_info}/top_level.txt "vornlcapi\n")
 install(DIRECTORY ${CMAKE_BINARY_DIR}/${_vorn_dist_info} DESTINATION ${VORN_PYTHON_INSTALL_DIR}
         COMPONENT python)
 set(VORN_PYTHON_PACKAGE ON)
