@@ -3,6 +3,13 @@
 # then libvornsim.so loaded the way a language runtime loads it, by a C99
 # program that links nothing of the project's.
 if(VORN_XORP_STANDIN)
+  add_executable(vorn_c_interface_tests ${CMAKE_CURRENT_LIST_DIR}/c_interface_test.cc)
+  target_link_libraries(vorn_c_interface_tests PRIVATE vornlcapi "$<LINK_LIBRARY:WHOLE_ARCHIVE,vorn_sim>"
+                                                       GTest::gtest_main GTest::gtest)
+  target_compile_options(vorn_c_interface_tests PRIVATE ${VORN_WARNINGS})
+  set_target_properties(vorn_c_interface_tests PROPERTIES ENABLE_EXPORTS ON)
+  add_test(NAME vorn_c_interface_tests COMMAND vorn_c_interface_tests)
+
   add_executable(vorn_load_shared ${CMAKE_CURRENT_LIST_DIR}/load_shared.c)
   target_include_directories(vorn_load_shared PRIVATE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/sim/include)
   target_compile_options(vorn_load_shared PRIVATE -Wall -Wextra -pedantic -Werror)
