@@ -261,8 +261,8 @@ class Ports:
         """Forgets every pending frame, on the ports and at the CPU."""
         self.collect()
         for port, linux in self._linux.items():
-            for data in self._pending[port]:
-                linux.receive(port, data)
+            for _ in self._pending[port]:
+                linux.receive(port)
         self._pending.clear()
         self.cpu.clear()
 
@@ -283,7 +283,7 @@ class Ports:
         if self._linux:
             linux = self._linux.get(port)
             if linux:
-                data = linux.receive(port, data)
+                data = linux.receive(port)
         if not _matches(expected, data):
             self._fail("verify_packet on %s: the frame that left differs from the one expected" % port,
                        _difference(expected, data))
