@@ -25,7 +25,7 @@ ALWAYS_ZERO = frozenset({"get_system_mac_limit"})  # answers 0 in every case
 # What every function's cells are bound to (the per-card ones, _ports and
 # _capacity, are given when a card makes its functions).
 _COMMON_CELLS = {
-    "_new": ffi.new, "_buffer": ffi.buffer, "_count": host.vornsim_refusal_count,
+    "_new": ffi.new, "_buffer": ffi.buffer,
     "_port_of": values.port_of, "_mac": values.mac_in, "_mac_text": values.mac_text,
     "_ipv4": values.ipv4_in, "_ipv6": values.ipv6_in, "_ipv6_mask": values.ipv6_mask_in,
     "_vlan_bitmap": values.vlan_bitmap_in, "_packet": values.packet_in, "_flow": values.flow_in,
@@ -35,13 +35,13 @@ _COMMON_CELLS = {
 _CARD_CELLS = ("_ports", "_capacity")
 
 
-def refused(call, count_before):
-    """The Refused of a call that answered 0: the host's reason when it refused during the
-    call (its refusal count moved), none when the library alone said no."""
-    if host.vornsim_refusal_count() == count_before:
-        return Refused(call)
+def refused(call):
+    """The Refused of a call that answered 0, with the reference host's reason when it
+    refused.  Every failed call takes the host's refusal, so what is taken is this
+    call's; nothing to take means the library alone said no."""
     refusal = ffi.new("vornsim_refusal *")
-    host.vornsim_take_refusal(refusal)
+    if not host.vornsim_take_refusal(refusal):
+        return Refused(call)
     return Refused(call, _string(refusal.operation), refusal.slot, _string(refusal.reason))
 
 
@@ -56,7 +56,7 @@ def bad_argument(call, parameter, error, unconverted):
     if parameter is None:
         for name, ctype, value in unconverted:
             try:
-                ffi.new(ffi.getctype(ctype, "*"), value)
+                ffi.new(ffi.getctype(ctype, "*"))[0] = value
             except (TypeError, OverflowError) as found:
                 parameter, error = name, found
                 break
@@ -104,7 +104,7 @@ class _Source:
         checks = "(%s,)" % ", ".join("(%r, %s, %s)" % item for item in self.unconverted) \
             if self.unconverted else "()"
         body = (["_at = None"] if not self.lines or not self.lines[0].startswith("_at") else []) + \
-            self.lines + ["_at = None", "_n = _count()",
+            self.lines + ["_at = None",
                                               "_rc = _f(%s)" % ", ".join(self.c_args)]
         text = ["def %s(%s):" % (self.name, ", ".join(self.parameters)),
                 "    try:"] + ["        " + line for line in body] + [
@@ -113,7 +113,7 @@ class _Source:
         if self.name in ALWAYS_ZERO:
             text.append("    return None")
             return text
-        text += ["    if not _rc:", "        raise _refused(%r, _n)" % self.name]
+        text += ["    if not _rc:", "        raise _refused(%r)" % self.name]
         if self.outputs:
             result = self.outputs[0] if len(self.outputs) == 1 else "(%s,)" % ", ".join(self.outputs)
             text.append("    return " + result)

@@ -83,9 +83,8 @@ class Card:
         host.vornsim_reset()
         self._host("configure", host.vornsim_configure, text.encode())
         line_card = ffi.new("int *")
-        count = host.vornsim_refusal_count()
         if not library.ctype_vorn_lcmgr_api_init(line_card):
-            error = api.refused("lcmgr_api_init", count)
+            error = api.refused("lcmgr_api_init")
             host.vornsim_reset()
             raise error
         self._closed = False
@@ -162,16 +161,14 @@ class Card:
         for name, call in (("register_rx_packet_callback", lambda: library.ctype_vorn_register_rx_packet_callback(rx, ffi.NULL)),
                            ("register_link_change_callback", lambda: library.ctype_vorn_register_link_change_callback(link)),
                            ("register_mac_update_callback", lambda: library.ctype_vorn_register_mac_update_callback(mac, ffi.NULL))):
-            count = host.vornsim_refusal_count()
             if not call():
-                raise api.refused(name, count)
+                raise api.refused(name)
 
     # --- The reference host's operations --------------------------------------------
     def _host(self, call, function, *args):
         """Calls a host operation that answers 1 or 0; Refused with the host's reason on 0."""
-        count = host.vornsim_refusal_count()
         if not function(*args):
-            raise api.refused(call, count)
+            raise api.refused(call)
 
     def _port(self, form):
         try:

@@ -211,7 +211,7 @@ def frame_in(frame):
 
 def packet_in(frame):
     """(ctype_packet_s*, the bytes it points at: keep them alive for the call)."""
-    data = frame_in(frame)
+    data = ffi.from_buffer("unsigned char[]", frame_in(frame))
     return ffi.new("ctype_packet_s *", {"length": len(data), "type": 0, "data": data}), data
 
 
@@ -280,10 +280,9 @@ def flow_in(flow, ports):
 
 
 def flow_udf_in(words):
-    """ctype_of_flow_qualify_udf_s* of up to four words, NULL for None."""
-    if words is None:
-        return ffi.NULL
-    return ffi.new("ctype_of_flow_qualify_udf_s *", [list(words)])
+    """ctype_of_flow_qualify_udf_s* of up to four words; None is four zeros (the library
+    reads the qualifier, NULL included)."""
+    return ffi.new("ctype_of_flow_qualify_udf_s *", [list(words or ())])
 
 
 def action_param_in(words):
