@@ -5,7 +5,7 @@ lines, which the project's test report counts."""
 def pytest_terminal_summary(terminalreporter):
     stats = terminalreporter.stats
     failed = sorted({report.nodeid for kind in ("failed", "error") for report in stats.get(kind, ())})
-    passed = {report.nodeid for report in stats.get("passed", ()) if report.when == "call"} - set(failed)
+    passed = {report.nodeid for report in stats.get("passed", ())} - set(failed)
     terminalreporter.write_line("[  PASSED  ] %d tests." % len(passed))
     if failed:
         terminalreporter.write_line("[  FAILED  ] %d tests, listed below:" % len(failed))
