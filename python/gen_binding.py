@@ -77,9 +77,9 @@ def project_lines(path, root):
             marker = _MARKER.match(line)
             if marker:
                 source = marker.group(2)
-                resolved = os.path.realpath(source if os.path.isabs(source) else os.path.join(os.getcwd(), source))
+                resolved = os.path.abspath(source)
                 if not os.path.exists(resolved):
-                    resolved = os.path.realpath(os.path.join(base, source))
+                    resolved = os.path.normpath(os.path.join(base, source))
                 keep = os.path.dirname(resolved) in kept_dirs
                 if keep:
                     headers.add(resolved)
@@ -140,7 +140,7 @@ def cxx_entry_point(name, headers):
 
 
 def generate(table_path, preprocessed_path):
-    root = os.path.dirname(os.path.dirname(os.path.realpath(table_path)))
+    root = os.path.dirname(os.path.dirname(os.path.abspath(table_path)))
     lines, headers = project_lines(preprocessed_path, root)
     cdef = _ATTRIBUTE.sub("", "\n".join(line for line in lines if line.strip()))
     declared = declarations(cdef)

@@ -75,7 +75,7 @@ cmake_language(DEFER DIRECTORY ${CMAKE_SOURCE_DIR} CALL _vorn_python_depend_on_r
 if(VORN_BUILD_TESTS AND NOT CMAKE_CROSSCOMPILING AND NOT VORN_SANITIZE)
   add_test(NAME vornlcapi_pytest
     COMMAND sh -c "if unshare --net --mount --propagation private true 2>/dev/null; then exec unshare --net --mount --propagation private \"$@\"; fi; exec \"$@\""
-            vornlcapi_pytest ${VORN_PYTHON} -m pytest -p no:cacheprovider -p vornlcapi.pytest_plugin tests
+            vornlcapi_pytest ${VORN_PYTHON} -P -m pytest -p no:cacheprovider -p vornlcapi.pytest_plugin tests
     WORKING_DIRECTORY ${VORN_PYTHON_SOURCE_DIR})
   set_tests_properties(vornlcapi_pytest PROPERTIES
     ENVIRONMENT "PYTHONPATH=${VORN_PYTHON_STAGE_DIR};PYTHONDONTWRITEBYTECODE=1")
