@@ -43,7 +43,8 @@ def test_a_frame_from_linux_floods_to_the_in_memory_ports(ports, linux_ports):
 
 
 @pytest.mark.linux_ports("1/1/2")
-def test_a_frame_injected_in_memory_floods_out_to_linux(ports, linux_ports):
+def test_a_frame_injected_in_memory_floods_out_to_linux(ports):
+    assert (ports.linux("1/1/2").interface, ports.linux("1/1/1")) == ("tap1_1_2", None)
     ports.send("1/1/1", frame(MEMORY, text=b"to linux"))
     verify_packet("1/1/2", frame(MEMORY, text=b"to linux"))
     verify_packet("1/1/3", frame(MEMORY, text=b"to linux"))

@@ -38,6 +38,13 @@ def pytest_configure(config):
     settings_text(config)  # a bad default stops the run before any test
 
 
+def pytest_collection_modifyitems(items):
+    """A test marked linux_ports gets the fixture without asking for it."""
+    for item in items:
+        if item.get_closest_marker("linux_ports") is not None and "linux_ports" not in item.fixturenames:
+            item.fixturenames.append("linux_ports")
+
+
 def settings_text(config):
     """The default card settings: the option over the ini value, as a dict."""
     text = config.getoption("vorn_card") or config.getini("vorn_card") or ""

@@ -230,6 +230,10 @@ class Ports:
     def detach_linux(self, port):
         self._linux.pop(self.port(port), None)
 
+    def linux(self, port):
+        """The Linux interface `port` is on (vornlcapi.linux.LinuxPort), or None."""
+        return self._linux.get(self.port(port))
+
     def send(self, port, frame):
         """`frame` enters `port` off the wire; returns what it did (a Result)."""
         port = self.port(port)
