@@ -4,6 +4,7 @@ import pytest
 from scapy.all import IP, UDP, Ether
 
 import vornlcapi
+from vornlcapi import MacEvent
 from vornlcapi.testing import verify_no_other_packets, verify_packet
 
 LAG = "0/1/1"
@@ -54,7 +55,7 @@ def members_taken(ports, frames):
     (Strategy.SRC_IP, "dst_ip", False),
     (Strategy.DST_IP, "dst_ip", True),
     (Strategy.SRC_DST_IP, "dst_ip", True),
-])
+], ids=lambda value: value.name.lower() if isinstance(value, Strategy) else str(value))
 def test_the_strategy_chooses_what_spreads_frames_over_the_members(card, ports, strategy, vary, spreads):
     card.lag.balancing(LAG, strategy)
     assert card.lag.balancing(LAG) == strategy
@@ -99,11 +100,14 @@ def test_what_enters_by_a_member_is_not_sent_back_over_the_lag(ports):
     verify_no_other_packets()
 
 
-def test_a_station_learned_on_the_lag_is_reached_through_it(card, ports):
-    card.lag.balancing(LAG, Strategy.DST_MAC)
-    far = frame(3, "src_mac")
-    ports.send("1/1/4", far)  # 02:00:00:00:00:03 behind the LAG
+def test_a_station_learned_on_the_lag_is_reached_through_it_alone(card, ports, events):
+    card.vlan.add_ports(10, untagged=["1/1/5"])
+    far = "02:00:00:01:00:03"
+    back = bytes(Ether(src=HOST, dst=far) / IP() / UDP())
+    unknown = ports.send("1/1/1", back)
+    assert sorted(egress.port for egress in unknown.egress)[1:] == ["1/1/5"], "flooded while unknown"
+    ports.send("1/1/4", frame(3, "src_mac"))  # `far` speaks from behind the LAG
+    learned = [(event.mac, event.port, event.lag) for event in events.of(MacEvent) if event.mac == far]
+    assert learned == [(far, LAG, True)]
     ports.clear()
-    back = bytes(Ether(src=HOST, dst="02:00:00:00:00:03") / IP() / UDP())
-    taken = members_taken(ports, [back])
-    assert taken[0] in MEMBERS
+    assert members_taken(ports, [back])[0] in MEMBERS

@@ -33,7 +33,7 @@ def bpdu(src=B):
     (State.LISTENING, False, False),
     (State.LEARNING, False, True),
     (State.FORWARDING, True, True),
-])
+], ids=lambda value: value.name.lower() if isinstance(value, State) else None)
 def test_what_a_port_state_forwards_and_learns(card, ports, state, forwards, learns):
     card.port("1/1/2").stp_state = state
     assert card.port("1/1/2").stp_state == state
@@ -66,7 +66,7 @@ def test_a_blocking_port_does_not_send_what_is_flooded(card, ports):
 
 
 @pytest.mark.parametrize("state", [State.BLOCKING, State.LISTENING, State.LEARNING, State.FORWARDING,
-                                   State.DISABLED])
+                                   State.DISABLED], ids=lambda state: state.name.lower())
 def test_bpdus_reach_the_cpu_in_every_state(card, ports, state):
     card.port("1/1/2").stp_state = state
     ports.send("1/1/2", bpdu())
