@@ -5,7 +5,9 @@ compiled once per process (as collections.namedtuple does), so that a call is
 one Python call, the conversions its kinds need, the cffi call and a check of
 the answer.  Every name the function uses is a closure cell: nothing is looked
 up by attribute name inside it.  Port inputs come from a per-card cache of
-prepared usp_s* cdata; outputs are always fresh cdata.
+prepared usp_s* cdata (never handed to an output); outputs are written to the
+function's own buffers, made once per card and read before it returns (the
+card is single-threaded).
 
 A call that answers 0 raises Refused (with the reference host's reason when it
 refused); inputs are converted by kind, outputs returned: one as the value,
@@ -72,6 +74,7 @@ class _Source:
         self.function = getattr(library, symbol)
         self.c_types = ffi.typeof(self.function).args
         self.parameters, self.lines, self.c_args, self.outputs = [], [], [], []
+        self.buffers = []  # made once per card: the function's own output buffers
         self.unconverted = []
         self.cells = {"_f": self.function}
 
@@ -103,9 +106,7 @@ class _Source:
             raise RuntimeError("%s: optional parameters before required ones" % self.name)
         checks = "(%s,)" % ", ".join("(%r, %s, %s)" % item for item in self.unconverted) \
             if self.unconverted else "()"
-        body = (["_at = None"] if not self.lines or not self.lines[0].startswith("_at") else []) + \
-            self.lines + ["_at = None",
-                                              "_rc = _f(%s)" % ", ".join(self.c_args)]
+        body = self.lines + ["_at = None", "_rc = _f(%s)" % ", ".join(self.c_args)]
         text = ["def %s(%s):" % (self.name, ", ".join(self.parameters)),
                 "    try:"] + ["        " + line for line in body] + [
                 "    except (ValueError, TypeError, OverflowError) as _e:",
@@ -166,19 +167,19 @@ def _in_flow(source, index, name):
 
 def _out_value(source, index, name):
     c_name = "o_" + name
-    source.lines.append("%s = _new(%s)" % (c_name, source.cell("_T", source.c_types[index])))
+    source.buffers.append("%s = _new(%s)" % (c_name, source.cell("_T", source.c_types[index])))
     source.c_args.append(c_name)
     source.outputs.append(source.output_value(index, c_name))
 
 
 def _out_usp(source, index, name):
-    source.lines.append("o_%s = _new(%s)" % (name, source.cell("_T", source.c_types[index])))
+    source.buffers.append("o_%s = _new(%s)" % (name, source.cell("_T", source.c_types[index])))
     source.c_args.append("o_" + name)
     source.outputs.append("_port_of(o_%s)" % name)
 
 
 def _out_mac(source, index, name):
-    source.lines.append("o_%s = _new(%s)" % (name, source.cell("_T", ffi.typeof("unsigned char[6]"))))
+    source.buffers.append("o_%s = _new(%s)" % (name, source.cell("_T", ffi.typeof("unsigned char[6]"))))
     source.c_args.append("o_" + name)
     source.outputs.append("_mac_text(_buffer(o_%s))" % name)
 
@@ -189,8 +190,8 @@ def _out_usp_list(source, index, name):
         raise RuntimeError("%s: port list %s is not followed by its count" % (source.name, name))
     array = source.cell("_T", ffi.getctype(source.c_types[index].item, "[]"))
     count = source.cell("_T", source.c_types[index + 1])
-    source.lines += ["o_%s = _new(%s, _capacity)" % (name, array),
-                     "n_%s = _new(%s, _capacity)" % (name, count)]
+    source.buffers += ["o_%s = _new(%s, _capacity)" % (name, array), "n_%s = _new(%s)" % (name, count)]
+    source.lines.append("n_%s[0] = _capacity" % name)
     source.c_args += ["o_" + name, "n_" + name]
     source.outputs.append("[_port_of(o_%s[k]) for k in range(n_%s[0])]" % (name, name))
     return 1  # the count is taken
@@ -198,7 +199,8 @@ def _out_usp_list(source, index, name):
 
 def _in_out_value(source, index, name):
     python = source.parameter(name)
-    source.convert(python, "o_%s = _new(%s, %s)" % (name, source.cell("_T", source.c_types[index]), python))
+    source.buffers.append("o_%s = _new(%s)" % (name, source.cell("_T", source.c_types[index])))
+    source.convert(python, "o_%s[0] = %s" % (name, python))
     source.c_args.append("o_" + name)
     source.outputs.append(source.output_value(index, "o_" + name))
 
@@ -232,7 +234,7 @@ def _factory(name, symbol, arguments):
     cells = dict(_COMMON_CELLS, _bad=bad_argument, _refused=refused, **source.cells)
     names = sorted(cells) + list(_CARD_CELLS)
     text = "def _make(%s):\n" % ", ".join(names) + "".join(
-        "    %s\n" % line for line in source.source()) + "    return %s\n" % name
+        "    %s\n" % line for line in source.buffers + source.source()) + "    return %s\n" % name
     namespace = {}
     exec(compile(text, "<vornlcapi.api %s>" % name, "exec"), namespace)
     return namespace["_make"], cells, text
