@@ -388,3 +388,48 @@ def test_fdb_vlan_and_mac(vlan10):
     assert [e.port for e in vlan10.inject("1/1/2", frame("00:1b:21:00:00:09")).egress] == ["1/1/3"]
     vlan10.fdb.delete("00:1b:21:00:00:09", 10)  # delete_mac takes the VLAN first
     assert [e.port for e in vlan10.inject("1/1/2", frame("00:1b:21:00:00:09")).egress] == ["1/1/1", "1/1/3"]
+
+
+# --- The reference host's operations --------------------------------------------------------------
+def test_faults_by_operation_and_port(card):
+    card.fail("create_vlan", nth=1)
+    with pytest.raises(Refused) as raised:
+        card.vlan.create(10)
+    assert (raised.value.operation, raised.value.reason) == ("create_vlan", "injected fault")
+    card.vlan.create(10)  # the first call only
+    card.fail("set_port_pvid", port="1/1/2")
+    card.api.set_port_pvid("1/1/3", 10)
+    for _ in range(2):
+        with pytest.raises(Refused, match="^set_port_pvid: injected fault$"):
+            card.api.set_port_pvid("1/1/2", 10)
+    card.clear_faults()
+    card.api.set_port_pvid("1/1/2", 10)
+    with pytest.raises(ValueError, match="unknown SDK operation 'create_vlans'"):
+        card.fail("create_vlans")
+
+
+def test_a_flow_refused_part_way_is_not_left_behind(vlan10):
+    card = vlan10
+    card.fail("add_of_flow_action", nth=2)
+    with pytest.raises(Refused, match="^add_of_flow_action: injected fault$"):
+        card.flow.add(in_port="1/1/2", priority=5, actions=[("output", "1/1/3"), "drop"])
+    with pytest.raises(ValueError, match="unknown flow action 'fly'"):
+        card.flow.add(in_port="1/1/2", actions=["fly"])
+    with pytest.raises(ValueError, match="port 2/1/1 has no flow port number"):
+        card.flow.add(in_port="1/1/2", actions=[("output", "2/1/1")])
+    # No flow took the frame: it floods.
+    assert [egress.port for egress in card.inject("1/1/2", BROADCAST_ARP).egress] == ["1/1/1", "1/1/3"]
+    flow = card.flow.add(in_port="1/1/2", actions=[("output", "1/1/3")])
+    assert [egress.port for egress in card.inject("1/1/2", BROADCAST_ARP).egress] == ["1/1/3"]
+    assert card.flow.packets(flow) == 1
+
+
+def test_capture_writes_what_the_port_saw(vlan10, tmp_path):
+    path = tmp_path / "capture.pcap"
+    vlan10.capture(["1/1/3"], path)
+    vlan10.inject("1/1/2", BROADCAST_ARP)
+    vlan10.stop_capture()
+    data = path.read_bytes()
+    assert data[:4] in (b"\xd4\xc3\xb2\xa1", b"\xa1\xb2\xc3\xd4") and BROADCAST_ARP in data
+    with pytest.raises(Refused, match="^capture: "):
+        vlan10.capture(["1/1/3"], tmp_path / "no such directory" / "capture.pcap")
