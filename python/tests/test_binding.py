@@ -2,6 +2,9 @@
 kind and their errors, refusals, quirks, events and what inject reports."""
 
 import inspect
+import os
+import subprocess
+import sys
 
 import pytest
 
@@ -433,3 +436,15 @@ def test_capture_writes_what_the_port_saw(vlan10, tmp_path):
     assert data[:4] in (b"\xd4\xc3\xb2\xa1", b"\xa1\xb2\xc3\xd4") and BROADCAST_ARP in data
     with pytest.raises(Refused, match="^capture: "):
         vlan10.capture(["1/1/3"], tmp_path / "no such directory" / "capture.pcap")
+
+
+@pytest.mark.parametrize("variable, what", [("VORNLCAPI_LIBVORNSIM", "the reference host"),
+                                            ("VORNLCAPI_LIBRARY", "the library")])
+def test_a_library_that_cannot_be_loaded_is_named(variable, what, tmp_path):
+    missing = str(tmp_path / "libmissing.so")
+    environment = dict(os.environ, **{variable: missing})
+    run = subprocess.run([sys.executable, "-c", "import vornlcapi"], env=environment,
+                         capture_output=True, text=True)
+    assert run.returncode == 1
+    assert "ImportError: vornlcapi: cannot load %s %s (set %s to its full path)" % (what, missing, variable) \
+        in run.stderr
