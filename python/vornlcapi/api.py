@@ -44,11 +44,7 @@ def refused(call):
     refusal = ffi.new("vornsim_refusal *")
     if not host.vornsim_take_refusal(refusal):
         return Refused(call)
-    return Refused(call, _string(refusal.operation), refusal.slot, _string(refusal.reason))
-
-
-def _string(pointer):
-    return ffi.string(pointer).decode("utf-8", "replace") if pointer else ""
+    return Refused(call, values.text_of(refusal.operation), refusal.slot, values.text_of(refusal.reason))
 
 
 def bad_argument(call, parameter, error, unconverted):

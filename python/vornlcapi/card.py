@@ -29,11 +29,7 @@ class Result:
         return "Result(egress=%r, cpu=%r, drop=%r)" % (self.egress, self.cpu, self.drop)
 
 
-def _string(pointer):
-    return ffi.string(pointer).decode("utf-8", "replace") if pointer else ""
-
-
-def _result(record, port_of=values.port_of, buffer=ffi.buffer, string=_string):
+def _result(record, port_of=values.port_of, buffer=ffi.buffer, string=values.text_of):
     egress = [Frame(port_of(frame.port), buffer(frame.data, frame.size)[:])
               for frame in record.egress[0:record.egress_count]] if record.egress_count else []
     cpu = [CpuFrame(port_of(frame.port), frame.vlan, string(frame.reason), buffer(frame.data, frame.size)[:])
@@ -43,7 +39,7 @@ def _result(record, port_of=values.port_of, buffer=ffi.buffer, string=_string):
 
 
 # The settings a card starts from where Card() names none: the host's own.
-DEFAULT_SETTINGS = dict(word.split("=", 1) for word in _string(host.vornsim_settings()).split())
+DEFAULT_SETTINGS = dict(word.split("=", 1) for word in values.text_of(host.vornsim_settings()).split())
 _SPEED = enums.from_c(enums.SpeedType)
 _DUPLEX = enums.from_c(enums.DuplexType)
 _MAC_WHAT = {library.LCMGR_MAC_LEARNED: "learned", library.LCMGR_MAC_AGED: "aged",
@@ -261,7 +257,7 @@ class Card:
         refusal = ffi.new("vornsim_refusal *")
         if not host.vornsim_last_refusal(refusal):
             return None
-        return Refusal(refusal.slot, _string(refusal.operation), _string(refusal.reason))
+        return Refusal(refusal.slot, values.text_of(refusal.operation), values.text_of(refusal.reason))
 
 
 def _path(text):

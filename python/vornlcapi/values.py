@@ -11,6 +11,11 @@ from ._library import ffi
 _UINT32 = 0xFFFFFFFF
 
 
+def text_of(pointer):
+    """The text of a C string the host handed out ("" for NULL)."""
+    return ffi.string(pointer).decode("utf-8", "replace") if pointer else ""
+
+
 # --- Ports ---------------------------------------------------------------------
 def _port_numbers(form):
     if isinstance(form, str):
