@@ -442,8 +442,9 @@ def test_capture_writes_what_the_port_saw(vlan10, tmp_path):
                                             ("VORNLCAPI_LIBRARY", "the library")])
 def test_a_library_that_cannot_be_loaded_is_named(variable, what, tmp_path):
     missing = str(tmp_path / "libmissing.so")
-    environment = dict(os.environ, **{variable: missing})
-    run = subprocess.run([sys.executable, "-c", "import vornlcapi"], env=environment,
+    staged = os.path.dirname(os.path.dirname(os.path.abspath(vornlcapi.__file__)))
+    environment = dict(os.environ, PYTHONPATH=staged, **{variable: missing})
+    run = subprocess.run([sys.executable, "-c", "import vornlcapi"], env=environment, cwd=str(tmp_path),
                          capture_output=True, text=True)
     assert run.returncode == 1
     assert "ImportError: vornlcapi: cannot load %s %s (set %s to its full path)" % (what, missing, variable) \
