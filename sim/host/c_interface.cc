@@ -111,6 +111,14 @@ int hand_out(bool any, int copy, vornsim_refusal* out)
     return answer(any);
 }
 
+// --- Faults -----------------------------------------------------------------------
+
+bool known_slot(const char* action, int slot)
+{
+    return (slot >= 0 && slot < vorn_meta::slot_count) ||
+           refuse(action, "unknown SDK slot ", slot, " (0..", vorn_meta::slot_count - 1, ")");
+}
+
 // --- Tracing ----------------------------------------------------------------------
 
 std::unique_ptr<std::ofstream>& trace_file()
@@ -192,16 +200,6 @@ int vornsim_slot(const char* operation)
         if (std::strcmp(operation, vorn_meta::slot_name(static_cast<vorn_meta::Slot>(slot))) == 0) return slot;
     return -1;
 }
-
-namespace {
-
-bool known_slot(const char* action, int slot)
-{
-    return (slot >= 0 && slot < vorn_meta::slot_count) ||
-           refuse(action, "unknown SDK slot ", slot, " (0..", vorn_meta::slot_count - 1, ")");
-}
-
-}  // namespace
 
 int vornsim_fail_slot(int slot, unsigned int nth)
 {
