@@ -3,6 +3,7 @@
 // on Linux interfaces.  The frame functions are in c_results.cc.  Each
 // function turns its C arguments into the C++ interface's (vorn_sim.hh) and
 // answers 1 or 0; what it refuses itself goes through the host's refusals.
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -91,7 +92,7 @@ bool apply_word(const std::string& word, Config& config)
 // --- Refusals: what was handed out, and what was taken ---------------------------
 
 struct Refusals {
-    unsigned long taken = 0;  // the refusal count at the last take
+    unsigned long taken = 0;  // the refusal count at the last take (or at the library's last lookup)
     std::string operation[2], reason[2];  // [0] last, [1] taken: each stays valid until its next call
 };
 
@@ -187,6 +188,7 @@ int vornsim_take_refusal(vornsim_refusal* out)
     const unsigned long count = vorn_sim::refusal_count();
     Refusals& r = refusals();
     if (count < r.taken) r.taken = 0;  // the host was reset behind this interface's back
+    r.taken = std::max(r.taken, vorn_sim::host().refusals_at_lookup);
     const bool fresh = count > r.taken;
     r.taken = count;
     return hand_out(fresh, 1, out);

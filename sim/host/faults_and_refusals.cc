@@ -23,6 +23,7 @@ void reset()
     host().lag_ids.clear();
     host().faults.clear();
     host().refusals = 0;
+    host().refusals_at_lookup = 0;
     host().last_refusal = Refusal();
     host().reasons.clear();
     lag_list.clear();

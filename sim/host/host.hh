@@ -32,6 +32,10 @@ struct Host {
     std::vector<Fault> faults;
     std::ostream* trace = nullptr;
     unsigned long refusals = 0;
+    // The refusal count when the library last looked up the SDK object, as
+    // every entry point does: what was refused before belongs to an earlier
+    // call (one that succeeded may leave a refusal, probing a LAG as a port).
+    unsigned long refusals_at_lookup = 0;
     Refusal last_refusal;
     std::map<int, std::string> reasons;  // by SDK slot
     // Where the models' unreported frames go (ModelHooks); empty: nowhere.

@@ -7,6 +7,7 @@ using vorn_sim::host;
 
 bool vornsdk_get_sdk_instance(VornSdkBase*& sdk)
 {
+    host().refusals_at_lookup = host().refusals;
     sdk = vorn_sim::card("SDK object");
     return sdk != nullptr;
 }

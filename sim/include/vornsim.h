@@ -65,7 +65,10 @@ VORNSIM_API unsigned long vornsim_refusal_count(void);
 VORNSIM_API int vornsim_last_refusal(vornsim_refusal* out);
 /* The most recent refusal not yet taken: 1, or 0 when there has been none
  * since the last take (empty texts, slot -1).  A caller that takes after
- * every failed call gets the reason of that call, not an older one. */
+ * every failed call gets the reason of that call, not an older one.
+ * Refusals made before the library last looked up the SDK object (every
+ * entry point does) count as taken: they are an earlier call's, which may
+ * have succeeded all the same (a LAG is tried as a port first). */
 VORNSIM_API int vornsim_take_refusal(vornsim_refusal* out);
 
 /* --- Faults ----------------------------------------------------------------- */

@@ -227,6 +227,24 @@ TEST_F(CInterface, TakeHandsOutTheFailedCallsOwnReasonOnce)
     EXPECT_EQ(take().operation, "set_cable");
 }
 
+TEST_F(CInterface, ARefusalMadeInACallThatSucceededIsNotTheNextFailuresReason)
+{
+    usp_s lag{0, 1, 1};
+    ASSERT_EQ(ctype_vorn_create_lag(&lag), 1);
+    const unsigned long before = vornsim_refusal_count();
+    ASSERT_EQ(ctype_vorn_clear_fdb_by_port(&lag, false), 1);
+    ASSERT_GT(vornsim_refusal_count(), before) << "the LAG was first tried as a port";
+    int limit = 0;
+    ASSERT_EQ(ctype_vorn_get_system_mac_limit(&limit), 0) << "answers 0 by design, the host refusing nothing";
+    const Taken t = take();
+    EXPECT_EQ(t.operation, "") << t.reason;
+    EXPECT_EQ(t.slot, -1);
+
+    ASSERT_EQ(ctype_vorn_clear_fdb_by_port(&lag, false), 1);
+    ASSERT_EQ(ctype_vorn_create_vlan(10), 0);
+    EXPECT_EQ(take().reason, "VLAN 10 already exists") << "the failed call's own, made after its lookup";
+}
+
 // --- Settings ---------------------------------------------------------------------------
 
 TEST(CInterfaceSettings, ATextWithOneBadWordChangesNothing)
