@@ -82,3 +82,13 @@ vornlcapi.pytest_plugin = vornlcapi.pytest_plugin
 install(DIRECTORY ${CMAKE_BINARY_DIR}/${_vorn_dist_info} DESTINATION ${VORN_PYTHON_INSTALL_DIR}
         COMPONENT python)
 set(VORN_PYTHON_PACKAGE ON)
+
+# The install as a user has it, on every native test run (scripts/check-packages
+# does the same with the Debian package in a clean root).
+if(VORN_BUILD_TESTS AND NOT CMAKE_CROSSCOMPILING AND NOT VORN_SANITIZE
+   AND NOT IS_ABSOLUTE "${VORN_PYTHON_INSTALL_DIR}")
+  add_test(NAME vornlcapi_python_install
+           COMMAND sh ${CMAKE_CURRENT_LIST_DIR}/check_install.sh ${CMAKE_BINARY_DIR}
+                   ${CMAKE_BINARY_DIR}/python-install-test ${VORN_PYTHON_INSTALL_DIR}
+                   ${CMAKE_CURRENT_LIST_DIR}/tests)
+endif()
