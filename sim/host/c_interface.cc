@@ -91,9 +91,16 @@ bool apply_word(const std::string& word, Config& config)
 
 // --- Refusals: what was handed out, and what was taken ---------------------------
 
+// The texts one function handed out, valid until its next call.
+struct Handed {
+    std::string operation;
+    std::string reason;
+};
+
 struct Refusals {
     unsigned long taken = 0;  // the refusal count at the last take (or at the library's last lookup)
-    std::string operation[2], reason[2];  // [0] last, [1] taken: each stays valid until its next call
+    Handed last;
+    Handed take;
 };
 
 Refusals& refusals()
@@ -102,17 +109,19 @@ Refusals& refusals()
     return instance;
 }
 
-int hand_out(bool any, int copy, vornsim_refusal* out)
+// The most recent refusal when `any`, else none (slot -1, empty texts).
+int hand_out(bool any, Handed& texts, vornsim_refusal* out)
 {
     const Refusal& last = last_refusal();
-    Refusals& r = refusals();
-    r.operation[copy] = any ? last.operation : std::string();
-    r.reason[copy] = any ? last.reason : std::string();
-    if (out) *out = vornsim_refusal{any ? last.slot : -1, r.operation[copy].c_str(), r.reason[copy].c_str()};
+    texts.operation = any ? last.operation : std::string();
+    texts.reason = any ? last.reason : std::string();
+    if (out) *out = vornsim_refusal{any ? last.slot : -1, texts.operation.c_str(), texts.reason.c_str()};
     return answer(any);
 }
 
-// --- Faults -----------------------------------------------------------------------
+// --- Faults and ports on Linux interfaces -----------------------------------------
+
+const char* text_or_empty(const char* text) { return text ? text : ""; }
 
 bool known_slot(const char* action, int slot)
 {
@@ -133,8 +142,6 @@ void stop_trace()
     set_trace_stream(nullptr);
     trace_file().reset();
 }
-
-const char* text_or_empty(const char* text) { return text ? text : ""; }
 
 }  // namespace
 }  // namespace c_interface
@@ -181,7 +188,10 @@ void vornsim_reset(void)
 
 unsigned long vornsim_refusal_count(void) { return vorn_sim::refusal_count(); }
 
-int vornsim_last_refusal(vornsim_refusal* out) { return hand_out(vorn_sim::refusal_count() > 0, 0, out); }
+int vornsim_last_refusal(vornsim_refusal* out)
+{
+    return hand_out(vorn_sim::refusal_count() > 0, refusals().last, out);
+}
 
 int vornsim_take_refusal(vornsim_refusal* out)
 {
@@ -191,7 +201,7 @@ int vornsim_take_refusal(vornsim_refusal* out)
     r.taken = std::max(r.taken, vorn_sim::host().refusals_at_lookup);
     const bool fresh = count > r.taken;
     r.taken = count;
-    return hand_out(fresh, 1, out);
+    return hand_out(fresh, r.take, out);
 }
 
 // --- Faults -------------------------------------------------------------------------------
