@@ -23,6 +23,7 @@
 #include <string>
 #include <vector>
 
+#include "count_allocations.hh"
 #include "vorn_api.hh"
 #include "vorn_capi.h"
 #include "vorn_sim.hh"
@@ -407,6 +408,21 @@ TEST_F(CInterface, ATracedFrameIsExplainedAndChangesNothing)
     vornsim_result collected{};
     ASSERT_EQ(vornsim_collect(&collected), 1);
     EXPECT_EQ(collected.egress_count + collected.cpu_count, 0u) << "injected frames are not collected";
+}
+
+TEST_F(CInterface, HandingOutAResultAllocatesNothingOfItsOwn)
+{
+    const std::vector<unsigned char> frame = frame_to(broadcast_mac, 10);
+    const usp_s p1 = port(1);
+    vorn_sim::FrameResult cxx;
+    const auto c_inject = [&] { ASSERT_EQ(vornsim_inject(&p1, frame.data(), frame.size(), &result), 1); };
+    const auto cxx_inject = [&] { ASSERT_TRUE(vorn_sim::inject_frame(Usp(1, 1, 1), frame, &cxx)); };
+    c_inject();  // warm: learned, and the result's arrays sized
+    cxx_inject();
+    const unsigned long through_c = vorn_test::allocations_of(c_inject);
+    EXPECT_EQ(through_c, vorn_test::allocations_of(cxx_inject)) << "the C++ inject's own, no more";
+    EXPECT_GT(through_c, 0u) << "counted at all";
+    EXPECT_EQ(result.egress_count, 2u);
 }
 
 TEST_F(CInterface, AnInjectWithoutAResultIsNotCollected)
