@@ -79,8 +79,8 @@ file(WRITE ${CMAKE_BINARY_DIR}/${_vorn_dist_info}/entry_points.txt
 "[pytest11]
 vornlcapi.pytest_plugin = vornlcapi.pytest_plugin
 ")
-install(DIRECTORY ${CMAKE_BINARY_DIR}/${_vorn_dist_info} DESTINATION ${VORN_PYTHON_INSTALL_DIR}
-        COMPONENT python)
+install(FILES ${CMAKE_BINARY_DIR}/${_vorn_dist_info}/METADATA ${CMAKE_BINARY_DIR}/${_vorn_dist_info}/entry_points.txt
+        DESTINATION ${VORN_PYTHON_INSTALL_DIR}/${_vorn_dist_info} COMPONENT python)
 set(VORN_PYTHON_PACKAGE ON)
 
 # The install as a user has it, on every native test run (scripts/check-packages
