@@ -10,7 +10,7 @@ set -eu
 build=$1 prefix=$2 python_dir=$3 tests=$4
 rm -rf "$prefix"
 for component in runtime reference-host python; do
-  cmake --install "$build" --prefix "$prefix" --component "$component" >/dev/null
+  "${CMAKE:-cmake}" --install "$build" --prefix "$prefix" --component "$component" >/dev/null
 done
 run=$prefix/run
 mkdir -p "$run"

@@ -4,7 +4,7 @@
 # _paths.py naming the installed libraries, and the distribution's metadata
 # with the pytest11 entry point, so that an installed pytest loads the plugin
 # on its own.  Nothing is byte-compiled here: Debian's python3 compiles the
-# package's modules when it is installed (see cmake/debian/python3-vornlcapi.*).
+# package's modules when it is installed (cmake/debian/python3-vornlcapi/postinst).
 # Included from python/python.cmake, which stages the package in
 # ${CMAKE_BINARY_DIR}/python/vornlcapi/.
 
@@ -91,4 +91,5 @@ if(VORN_BUILD_TESTS AND NOT CMAKE_CROSSCOMPILING AND NOT VORN_SANITIZE
            COMMAND sh ${CMAKE_CURRENT_LIST_DIR}/check_install.sh ${CMAKE_BINARY_DIR}
                    ${CMAKE_BINARY_DIR}/python-install-test ${VORN_PYTHON_INSTALL_DIR}
                    ${CMAKE_CURRENT_LIST_DIR}/tests)
+  set_tests_properties(vornlcapi_python_install PROPERTIES ENVIRONMENT "CMAKE=${CMAKE_COMMAND}")
 endif()
