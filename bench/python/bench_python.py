@@ -68,6 +68,8 @@ def measure_calls(vornlcapi, number, repeat):
                 raise RuntimeError(f"{name}: the bare call was refused: {bare}")
             results[name] = (fastest_ns(package, context, number, repeat),
                              fastest_ns(bare, context, number, repeat))
+        if card.api.get_port_pvid("1/1/3") != 10 or context["pvid"][0] != 10:
+            raise RuntimeError("get_port_pvid: the package and the bare call disagree on the PVID set")
         return results
 
 
