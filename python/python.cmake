@@ -2,10 +2,8 @@
 # staged in ${CMAKE_BINARY_DIR}/python (put that directory on PYTHONPATH):
 # the hand-written modules, the binding data generated from the headers and
 # the entry-point table, and _paths.py naming the build tree's libraries.
-# Native builds only: the package and its tests run on the build machine.
-if(CMAKE_CROSSCOMPILING)
-  return()
-endif()
+# A cross build stages and installs the package for its target (the Debian
+# package of each architecture); the package's tests run in native builds.
 
 set(VORN_PYTHON /usr/bin/python3 CACHE FILEPATH "Python interpreter of the package's build steps and tests")
 set(VORN_PYTHON_SOURCE_DIR ${CMAKE_CURRENT_LIST_DIR})
