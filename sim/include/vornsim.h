@@ -50,7 +50,8 @@ VORNSIM_API int vornsim_configure(const char* settings);
  * given. */
 VORNSIM_API const char* vornsim_settings(void);
 /* Forgets everything: SDK object, LAG list and mapping, faults, clock,
- * refusals, attachments, capture, the SDK trace file.  Call after ctype_vorn_lcmgr_api_terminate. */
+ * refusals, attachments, capture, the SDK trace file.  Call after
+ * ctype_vorn_lcmgr_api_terminate. */
 VORNSIM_API void vornsim_reset(void);
 
 /* --- Why the host refused ----------------------------------------------- */
