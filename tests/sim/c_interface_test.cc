@@ -24,6 +24,7 @@
 #include <vector>
 
 #include "count_allocations.hh"
+#include "sdk_slots.hh"
 #include "vorn_api.hh"
 #include "vorn_capi.h"
 #include "vorn_sim.hh"
@@ -115,7 +116,7 @@ struct RefusedCall {
     const char* name;
     std::function<int()> call;
     const char* operation;
-    const char* reason;  // the reason begins with this
+    std::string reason;  // the reason begins with this
 };
 
 TEST_F(CInterface, EachFunctionRefusesWhatACallerCanGetWrongAndSaysWhy)
@@ -128,7 +129,8 @@ TEST_F(CInterface, EachFunctionRefusesWhatACallerCanGetWrongAndSaysWhy)
     const RefusedCall cases[] = {
         {"configure null", [] { return vornsim_configure(nullptr); }, "configure", "no settings given (null pointer)"},
         {"fail_slot -1", [] { return vornsim_fail_slot(-1, 0); }, "fail_slot", "unknown SDK slot -1 (0.."},
-        {"fail_slot past the table", [] { return vornsim_fail_slot(100000, 0); }, "fail_slot", "unknown SDK slot 100000"},
+        {"fail_slot one past the last slot", [] { return vornsim_fail_slot(vorn_meta::slot_count, 0); }, "fail_slot",
+         "unknown SDK slot " + std::to_string(vorn_meta::slot_count) + " (0.."},
         {"fail_slot_for_port null", [&] { return vornsim_fail_slot_for_port(create_vlan, nullptr, 0); },
          "fail_slot_for_port", "no port given (null pointer)"},
         {"fail_slot_for_port 1/1/5", [&] { return vornsim_fail_slot_for_port(create_vlan, &p5, 0); },
