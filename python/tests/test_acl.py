@@ -11,11 +11,8 @@ MEMBERS = ["1/1/1", "1/1/2", "1/1/3", "1/1/4"]
 
 
 @pytest.fixture(autouse=True)
-def vlan10(card):
-    card.vlan.create(10)
-    card.vlan.add_ports(10, untagged=MEMBERS)
-    for port in MEMBERS:
-        card.port(port).pvid = 10
+def vlan10(vlan_of):
+    vlan_of(10, untagged=MEMBERS)
 
 
 def udp(dport=53, src="10.0.0.1", dst="10.0.0.2"):

@@ -10,11 +10,8 @@ B = "02:00:00:00:00:0b"
 
 
 @pytest.fixture(autouse=True)
-def vlan10(card):
-    card.vlan.create(10)
-    card.vlan.add_ports(10, untagged=["1/1/1", "1/1/2"])
-    for port in ("1/1/1", "1/1/2"):
-        card.port(port).pvid = 10
+def vlan10(vlan_of):
+    vlan_of(10, untagged=["1/1/1", "1/1/2"])
 
 
 def frame(src, dst=B):

@@ -11,12 +11,9 @@ C = "02:00:00:00:00:0c"
 
 
 @pytest.fixture(autouse=True)
-def vlan10(card):
+def vlan10(vlan_of):
     """Ports 1/1/1-4 untagged in VLAN 10, their PVID; 1/1/5 outside it."""
-    card.vlan.create(10)
-    card.vlan.add_ports(10, untagged=ACCESS)
-    for port in ACCESS:
-        card.port(port).pvid = 10
+    vlan_of(10, untagged=ACCESS)
 
 
 def frame(src, dst, payload=b"l2"):

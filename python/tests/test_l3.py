@@ -13,16 +13,11 @@ ROUTER20 = "02:00:00:00:14:01"
 
 
 @pytest.fixture(autouse=True)
-def router(card):
+def router(card, vlan_of):
     """Interfaces in VLAN 10 (1/1/1) and VLAN 20 (1/1/2-3); H2 a host entry,
     192.0.2.0/24 and 2001:db8:20::/48 routes through GATEWAY."""
-    card.vlan.create(10)
-    card.vlan.create(20)
-    card.vlan.add_ports(10, untagged=["1/1/1"])
-    card.vlan.add_ports(20, untagged=["1/1/2", "1/1/3"])
-    card.port("1/1/1").pvid = 10
-    card.port("1/1/2").pvid = 20
-    card.port("1/1/3").pvid = 20
+    vlan_of(10, untagged=["1/1/1"])
+    vlan_of(20, untagged=["1/1/2", "1/1/3"])
     interfaces = {10: card.l3.add_interface(ROUTER10, 10), 20: card.l3.add_interface(ROUTER20, 20)}
     card.l3.add_host("1/1/2", "10.0.20.2", H2, interfaces[20])
     card.l3.add_host("1/1/2", "2001:db8:20::2", H2, interfaces[20])

@@ -15,12 +15,9 @@ MEMORY = "02:00:00:00:00:02"
 
 
 @pytest.fixture(autouse=True)
-def vlan10(card):
+def vlan10(vlan_of):
     """1/1/1-3 untagged in VLAN 10, 1/1/4 tagged."""
-    card.vlan.create(10)
-    card.vlan.add_ports(10, tagged=["1/1/4"], untagged=["1/1/1", "1/1/2", "1/1/3"])
-    for port in ("1/1/1", "1/1/2", "1/1/3"):
-        card.port(port).pvid = 10
+    vlan_of(10, untagged=["1/1/1", "1/1/2", "1/1/3"], tagged=["1/1/4"])
 
 
 def frame(src, dst="ff:ff:ff:ff:ff:ff", text=b"linux"):

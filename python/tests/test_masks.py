@@ -79,12 +79,9 @@ def test_a_mask_cannot_be_sent(card, ports):
 # --- The verify helpers on a card ------------------------------------------------
 
 @pytest.fixture
-def flooding(card):
+def flooding(vlan_of):
     """VLAN 10 on 1/1/1-3, untagged: what enters one port leaves the two others."""
-    card.vlan.create(10)
-    card.vlan.add_ports(10, untagged=["1/1/1", "1/1/2", "1/1/3"])
-    for port in ("1/1/1", "1/1/2", "1/1/3"):
-        card.port(port).pvid = 10
+    vlan_of(10, untagged=["1/1/1", "1/1/2", "1/1/3"])
 
 
 def plain(**ip):

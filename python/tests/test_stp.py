@@ -13,11 +13,8 @@ State = vornlcapi.StpState
 
 
 @pytest.fixture(autouse=True)
-def vlan10(card):
-    card.vlan.create(10)
-    card.vlan.add_ports(10, untagged=MEMBERS)
-    for port in MEMBERS:
-        card.port(port).pvid = 10
+def vlan10(vlan_of):
+    vlan_of(10, untagged=MEMBERS)
 
 
 def frame(src, dst):
